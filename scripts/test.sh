@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds the test configuration (sanitizers on,
+# warnings as errors) and runs the whole suite in a headless session: its own X
+# server (xvfb-run) and its own session bus (dbus-run-session).
+# Extra arguments go to ctest, e.g. scripts/test.sh -R debug_log.
+set -euo pipefail
+root="$(cd "$(dirname "$0")/.." && pwd)"
+"$root/scripts/setup.sh"
+
+build="${VEILORA_TEST_BUILD_DIR:-$root/build-test}"
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DVEILORA_SANITIZE=ON -DVEILORA_WERROR=ON -DVEILORA_BUILD_TESTS=ON >/dev/null
+cmake --build "$build"
+
+exec dbus-run-session -- xvfb-run -a -s "-screen 0 1920x1080x24 +extension RANDR" \
+    "$root/scripts/test-session.sh" "$build" "$@"
