@@ -18,6 +18,15 @@ SerialQueue::SerialQueue(const QString &label)
 
 SerialQueue::~SerialQueue()
 {
+    if (isCurrent()) {
+        // Destroyed by its own work (the last reference to the owner was dropped
+        // there): the thread cannot wait for itself, so it winds down on its own.
+        // Pending work is dropped with the context when the thread finishes.
+        QObject::connect(m_thread, &QThread::finished, m_thread, &QObject::deleteLater);
+        m_context->deleteLater();
+        m_thread->quit();
+        return;
+    }
     m_thread->quit();
     m_thread->wait();
     delete m_context; // also discards events still posted to it

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+
+#include <chrono>
+#include <functional>
+#include <vector>
+
+namespace veilora {
+
+// Wall-clock time with microsecond resolution; its range reaches back to year 1,
+// so "the distant past" is an ordinary value and differences never overflow.
+using WallTime = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
+
+inline constexpr WallTime distantPast{std::chrono::microseconds(-62135596800LL * 1000000LL)};
+
+inline double secondsBetween(WallTime from, WallTime to)
+{
+    return std::chrono::duration<double>(to - from).count();
+}
+
+// The time source of the presence logic: grace delays, log throttles and capture
+// deadlines read it, so tests can drive them without waiting.
+class Clock
+{
+public:
+    virtual ~Clock() = default;
+
+    virtual WallTime now() const = 0;
+
+    // Runs `work` on the main thread after `delay`, unless `context` is gone by then.
+    virtual void after(std::chrono::milliseconds delay, QObject *context, std::function<void()> work) = 0;
+
+    // The real clock.
+    static Clock &system();
+};
+
+// A clock that moves only when told to; scheduled work runs when `advance`
+// passes its due time, in due-time order.
+class FakeClock : public Clock
+{
+public:
+    explicit FakeClock(WallTime start = WallTime(std::chrono::hours(24 * 365 * 56)));
+
+    WallTime now() const override { return m_now; }
+    void after(std::chrono::milliseconds delay, QObject *context, std::function<void()> work) override;
+
+    void advance(std::chrono::microseconds by);
+    void advanceSeconds(double seconds);
+    size_t pendingCount() const { return m_pending.size(); }
+
+private:
+    struct Pending
+    {
+        WallTime due;
+        quint64 order;
+        QPointer<QObject> context;
+        std::function<void()> work;
+    };
+    WallTime m_now;
+    quint64 m_nextOrder = 0;
+    std::vector<Pending> m_pending;
+};
+
+} // namespace veilora
