@@ -47,6 +47,16 @@ LinuxCameraAuthorization::LinuxCameraAuthorization(UserDefaults &defaults, AskUs
     , m_deviceDirectory(std::move(deviceDirectory))
 {}
 
+LinuxCameraAuthorization &LinuxCameraAuthorization::shared()
+{
+    static LinuxCameraAuthorization authorization(
+        UserDefaults::standard(), [](std::function<void(bool)> answer) {
+            DebugLog::log(QStringLiteral("camera: no way to ask for consent, access refused"));
+            answer(false);
+        });
+    return authorization;
+}
+
 bool LinuxCameraAuthorization::isSandboxed()
 {
     return QFile::exists(QStringLiteral("/.flatpak-info"));

@@ -28,6 +28,12 @@ public:
     LinuxCameraAuthorization(UserDefaults &defaults, AskUser askUser,
                              QString deviceDirectory = QStringLiteral("/dev"));
 
+    // The application's instance, on the standard defaults. Until the user
+    // interface installs its consent question with `setAskUser`, requests are
+    // answered with a refusal.
+    static LinuxCameraAuthorization &shared();
+    void setAskUser(AskUser askUser) { m_askUser = std::move(askUser); }
+
     Status status() const override;
     void requestAccess(std::function<void(bool granted)> completion) override;
 

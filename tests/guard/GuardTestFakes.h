@@ -1,0 +1,78 @@
+#pragma once
+
+#include "guard/GuardCamera.h"
+#include "platform/Authenticator.h"
+#include "shield/ShieldPresenter.h"
+
+#include <cmath>
+#include <vector>
+
+namespace veilora::test {
+
+// A camera whose effects the test reads back; samples are fed straight to the guard.
+class FakeGuardCamera : public GuardCamera
+{
+public:
+    void start() override { ++starts, running = true; }
+    void stop() override { ++stops, running = false; }
+    void setSampleInterval(double seconds) override { interval = seconds; }
+    double sampleInterval() const override { return interval; }
+    void setDevice(const QString &uniqueID) override { active = uniqueID; }
+    bool usesBuiltinCamera() const override { return active == builtinID; }
+    std::optional<QString> activeDeviceID() const override { return active; }
+    std::optional<QString> preferredDeviceID() const override { return builtinID; }
+    std::vector<CameraOption> availableDevices() const override
+    {
+        return {{builtinID, QStringLiteral("Integrated Camera")},
+                {QStringLiteral("usb-1"), QStringLiteral("USB")}};
+    }
+
+    QString builtinID = QStringLiteral("builtin");
+    QString active = builtinID;
+    double interval = 0.6;
+    bool running = false;
+    int starts = 0;
+    int stops = 0;
+};
+
+class FakeShield : public ShieldPresenter
+{
+public:
+    void show() override { ++shows, up = true; }
+    void hide() override { ++hides, up = false; }
+    bool up = false;
+    int shows = 0;
+    int hides = 0;
+};
+
+class FakeAuthenticator : public Authenticator
+{
+public:
+    bool canEvaluate(std::optional<QString> *error) override
+    {
+        if (!available && error)
+            *error = unavailableReason;
+        return available;
+    }
+    void evaluate(const QString &reason, Reply reply) override
+    {
+        reasons.push_back(reason);
+        pending = std::move(reply);
+    }
+
+    bool available = true;
+    std::optional<QString> unavailableReason;
+    std::vector<QString> reasons;
+    Reply pending;
+};
+
+// A unit print pointing `degrees` away from the first axis: the cosine distance
+// between prints at a and b degrees is 1 − cos(a − b).
+inline FeaturePrint printAt(double degrees)
+{
+    const double radians = degrees * M_PI / 180.0;
+    return {QStringLiteral("test"),
+            {static_cast<float>(std::cos(radians)), static_cast<float>(std::sin(radians))}};
+}
+
+} // namespace veilora::test
