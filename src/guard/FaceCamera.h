@@ -1,0 +1,103 @@
+#pragma once
+
+#include "platform/Clock.h"
+#include "platform/capture/CaptureDevices.h"
+#include "platform/vision/FaceVision.h"
+
+#include <QImage>
+#include <QMutex>
+#include <QObject>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace veilora {
+
+class SerialQueue;
+class UserDefaults;
+
+// Runs the camera and turns frames into samples for the guard: at most one frame
+// per sampling interval is analysed (faces found, the three largest printed), and
+// the sample goes to `onSample`. Also chooses the camera: the stored choice, else
+// the built-in one, else the first listed, following cameras as they come and go.
+//
+// All capture work and all analysis run on one serial queue,
+// "com.norvane.veilora.facecam"; `onSample` and `onDeviceChange` are called there.
+// The public methods may be called from the main thread at any time.
+class FaceCamera : public QObject
+{
+    Q_OBJECT
+public:
+    static constexpr int maxFaces = 3;
+    static constexpr double faceBoxGrowth = 0.3; // of the box's size, on each side
+    static constexpr double frameRateCap = 5.0;
+    static constexpr double initialSampleInterval = 0.6;
+    static constexpr const char *cameraIDKey = "shieldCameraID";
+
+    // The machine's cameras, the face models, the system clock and the user's
+    // preferences (`defaults` null) unless others are given, as tests do.
+    explicit FaceCamera(std::shared_ptr<CaptureDevices> devices = CaptureDevices::system(),
+                        std::shared_ptr<FaceVision> vision = FaceVision::standard(),
+                        Clock &clock = Clock::system(), UserDefaults *defaults = nullptr);
+    ~FaceCamera() override;
+
+    // Set once, before the first start().
+    std::function<void(const FaceSample &)> onSample;
+    std::function<void()> onDeviceChange; // after an automatic camera switch
+
+    // The first start configures the capture once (retried by later starts until
+    // it succeeds), then capture runs until stop().
+    void start();
+    void stop();
+
+    // Minimum seconds between analysed frames.
+    double sampleInterval() const { return m_sampleInterval.load(); }
+    void setSampleInterval(double seconds) { m_sampleInterval.store(seconds); }
+
+    // Finds the faces of `frame` and prints the `maxFaces` largest ones, each from
+    // its box grown by `faceBoxGrowth` per side and clipped to the frame.
+    // `faceDetected` is true whenever a face was found, even without a print.
+    static FaceSample facePrints(FaceVision &vision, const QImage &frame, int maxFaces);
+
+    // Camera choice.
+    std::vector<CameraDevice> availableDevices() const;
+    std::optional<CameraDevice> preferredDevice() const;
+    bool usesBuiltinCamera() const;
+    std::optional<QString> activeDeviceID() const;
+    void setDevice(const QString &uniqueID);
+    void reevaluateDevice();
+
+Q_SIGNALS:
+    // Every frame the camera delivers, analysed or not, on the camera queue: for
+    // a live preview (connect with a queued connection).
+    void frameDelivered(const QImage &frame);
+
+private:
+    void configureIfNeeded();
+    void limitFrameRate(CaptureSource &source);
+    void useInput(std::unique_ptr<CaptureSource> input);
+    void captureOutput(const VideoFrame &frame);
+    std::optional<CameraDevice> currentDevice() const;
+
+    const std::shared_ptr<CaptureDevices> m_devices;
+    const std::shared_ptr<FaceVision> m_vision;
+    Clock &m_clock;
+    UserDefaults &m_defaults;
+    std::atomic<double> m_sampleInterval{initialSampleInterval};
+    static_assert(std::atomic<double>::is_always_lock_free);
+
+    // On the queue only.
+    std::unique_ptr<CaptureSource> m_input;
+    bool m_configured = false;
+    bool m_running = false;
+    WallTime m_lastProcess = distantPast;
+
+    mutable QMutex m_inputLock; // the device of m_input, for readers on other threads
+    std::optional<CameraDevice> m_inputDevice;
+
+    std::unique_ptr<SerialQueue> m_queue;
+};
+
+} // namespace veilora
