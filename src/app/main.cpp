@@ -1,11 +1,23 @@
+#include "app/AppDelegate.h"
+#include "app/AppSettings.h"
+#include "app/CameraConsentQuestion.h"
 #include "app/DefaultsCommand.h"
+#include "app/LaunchOptions.h"
+#include "localization/L10n.h"
 #include "platform/BundleInfo.h"
+#include "platform/LinuxCameraAuthorization.h"
+#include "platform/SingleInstance.h"
+#include "platform/UrlSchemeRegistration.h"
 #include "platform/UserDefaults.h"
+#include "platform/capture/CaptureDevices.h"
+#include "shield/ShieldPlatform.h"
 
 #include <QApplication>
+#include <QMetaObject>
 #include <QTextStream>
 
 #include <cstdio>
+#include <memory>
 
 using namespace veilora;
 
@@ -17,6 +29,12 @@ QStringList plainArguments(int argc, char **argv)
     for (int i = 1; i < argc; ++i)
         args << QString::fromLocal8Bit(argv[i]);
     return args;
+}
+
+bool hasDisplay()
+{
+    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY") ||
+           qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
 }
 
 } // namespace
@@ -37,11 +55,54 @@ int main(int argc, char **argv)
     if (args.value(0) == QLatin1String("--defaults"))
         return runDefaultsCommand(args.mid(1), UserDefaults::standard(), out, err);
 
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Veilora"));
-    QApplication::setOrganizationName(QStringLiteral("Norvane"));
-    QApplication::setDesktopFileName(QStringLiteral("veilora"));
-    // A tray application: closing its last window does not end it.
+    // Before the application object exists, so that Qt's own texts load in the
+    // chosen language and the shield can stay above every window.
+    applyLanguageOverrideAtLaunch();
+    preferX11ForShield();
+
+    // A start that only hands a URL to the running copy may come from a browser
+    // or `gio open` without a display; that needs no GUI.
+    const std::unique_ptr<QCoreApplication> app = hasDisplay()
+                                                      ? std::make_unique<QApplication>(argc, argv)
+                                                      : std::make_unique<QCoreApplication>(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("Veilora"));
+    QCoreApplication::setOrganizationName(QStringLiteral("Norvane"));
+
+    const LaunchOptions options = parseLaunchOptions(QCoreApplication::arguments().mid(1));
+    if (!options.error.isEmpty()) {
+        err << "veilora: " << options.error << '\n';
+        return 2;
+    }
+
+    DBusSingleInstance instance(QDBusConnection::sessionBus());
+    QString handOffError;
+    switch (claimOrHandOff(instance, options, &handOffError)) {
+    case LaunchRole::handedOff:
+        return 0;
+    case LaunchRole::failed:
+        err << "veilora: Veilora is running but did not answer: " << handOffError << '\n';
+        return 1;
+    case LaunchRole::primary:
+        break;
+    }
+    if (!qobject_cast<QApplication *>(app.get())) {
+        err << "veilora: no display to show Veilora on (DISPLAY and WAYLAND_DISPLAY are unset)\n";
+        return 1;
+    }
+    QGuiApplication::setDesktopFileName(QStringLiteral("veilora"));
+    // A tray application: no main window, and closing its last window does not end it.
     QApplication::setQuitOnLastWindowClosed(false);
-    return QApplication::exec();
+
+    if (options.cameraFile)
+        CaptureDevices::useFileSource(*options.cameraFile);
+    LinuxCameraAuthorization::shared().setAskUser(
+        [](std::function<void(bool)> answer) { CameraConsentQuestion::shared().ask(std::move(answer)); });
+
+    AppDelegate delegate(AppSettings::shared(), ShellServices::live(), &instance);
+    // Launching has finished once the event loop runs.
+    QMetaObject::invokeMethod(&delegate, &AppDelegate::applicationDidFinishLaunching, Qt::QueuedConnection);
+    if (options.url)
+        delegate.handleGetURLEvent(*options.url);
+    UrlSchemeRegistration::ensureRegistered();
+    return QCoreApplication::exec();
 }

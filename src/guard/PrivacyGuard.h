@@ -24,11 +24,6 @@ enum class EnrollError
     noFace
 };
 
-// The announcement of the shield going up or down, for other processes.
-namespace PrivacyShield {
-inline constexpr const char *changeNote = "com.norvane.privacy-shield.changed";
-}
-
 // Decides from camera samples whether the enrolled user is at the desk, and covers
 // the screens with the shield once they have been away longer than the grace
 // delay. Owns protection on/off, the grace delay, the enrolled profile and the

@@ -18,7 +18,8 @@ namespace veilora {
 
 namespace {
 
-// Waits for one portal Response; 0 means the user allowed the camera.
+// Waits for one portal Response; 0 means the user allowed the camera. Answers
+// once: a second path to listen at (see below) cannot answer twice.
 class PortalRequest : public QObject
 {
     Q_OBJECT
@@ -27,10 +28,22 @@ public:
         : m_completion(std::move(completion))
     {}
 
+    void listen(QDBusConnection bus, const QString &path)
+    {
+        bus.connect(QString(), path, QStringLiteral("org.freedesktop.portal.Request"),
+                    QStringLiteral("Response"), this, SLOT(onResponse(uint, QVariantMap)));
+    }
+
+    void fail() { onResponse(2, {}); }
+
 public Q_SLOTS:
     void onResponse(uint response, const QVariantMap &)
     {
-        m_completion(response == 0);
+        if (!m_completion)
+            return;
+        auto completion = std::move(m_completion);
+        m_completion = nullptr;
+        completion(response == 0);
         deleteLater();
     }
 
@@ -114,27 +127,40 @@ void LinuxCameraAuthorization::requestAccess(std::function<void(bool)> completio
 void LinuxCameraAuthorization::requestThroughPortal(std::function<void(bool)> completion)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
+    // The portal may send its Response before the reply naming the request
+    // object arrives, so listen first where it will be: a path made of this
+    // connection's name and a token of ours.
+    static int serial = 0;
+    const QString token = QStringLiteral("veilora%1").arg(++serial);
+    const QString expected = QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2")
+                                 .arg(bus.baseService().mid(1).replace(u'.', u'_'), token);
+    // What the portal decided is remembered for `status()`; a refusal is not, so
+    // that a later request asks the portal again, which knows the user's current choice.
+    auto *request = new PortalRequest([this, completion = std::move(completion)](bool granted) {
+        if (granted)
+            m_defaults.setBool(QLatin1String(consentKey), true);
+        else
+            m_defaults.remove(QLatin1String(consentKey));
+        completion(granted);
+    });
+    request->listen(bus, expected);
+
     auto message = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.portal.Desktop"), QStringLiteral("/org/freedesktop/portal/desktop"),
         QStringLiteral("org.freedesktop.portal.Camera"), QStringLiteral("AccessCamera"));
-    message << QVariantMap();
-    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(message));
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
-                     [bus, completion = std::move(completion)](QDBusPendingCallWatcher *call) mutable {
+    message << QVariantMap{{QStringLiteral("handle_token"), token}};
+    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(message), request);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, request,
+                     [bus, request, expected](QDBusPendingCallWatcher *call) {
                          call->deleteLater();
                          QDBusPendingReply<QDBusObjectPath> reply = *call;
                          if (reply.isError()) {
                              DebugLog::log(QStringLiteral("camera: the portal refused the request: ") +
                                            reply.error().message());
-                             completion(false);
-                             return;
+                             request->fail();
+                         } else if (reply.value().path() != expected) {
+                             request->listen(bus, reply.value().path()); // a portal that ignores the token
                          }
-                         // The user's answer arrives later, as the request object's Response.
-                         auto *request = new PortalRequest(std::move(completion));
-                         QDBusConnection(bus).connect(QString(), reply.value().path(),
-                                                      QStringLiteral("org.freedesktop.portal.Request"),
-                                                      QStringLiteral("Response"), request,
-                                                      SLOT(onResponse(uint, QVariantMap)));
                      });
 }
 

@@ -1,0 +1,64 @@
+// The application's real subsystems behind the shell's services. Kept apart
+// from the shell itself so that tests link the shell without them.
+#include "app/ShellServices.h"
+#include "guard/PrivacyGuard.h"
+#include "localization/L10n.h"
+#include "platform/LinuxCameraAuthorization.h"
+
+#include <QCoreApplication>
+
+namespace veilora {
+
+namespace {
+
+class PrivacyGuardShell : public shell::Guard
+{
+public:
+    explicit PrivacyGuardShell(PrivacyGuard &guard)
+        : m_guard(guard)
+    {
+        connect(&guard, &PrivacyGuard::enabledPrefChanged, this, &shell::Guard::changed);
+        connect(&guard, &PrivacyGuard::enrolledChanged, this, &shell::Guard::changed);
+        connect(&guard, &PrivacyGuard::cameraDeniedChanged, this, &shell::Guard::changed);
+    }
+
+    bool enabledPref() const override { return m_guard.enabledPref(); }
+    bool enrolled() const override { return m_guard.enrolled(); }
+    bool cameraDenied() const override { return m_guard.cameraDenied(); }
+    void setEnabled(bool on) override { m_guard.setEnabled(on); }
+    void bootstrap() override { m_guard.bootstrap(); }
+
+private:
+    PrivacyGuard &m_guard;
+};
+
+} // namespace
+
+ShellServices ShellServices::live()
+{
+    ShellServices services;
+    services.startLocalization = [] { L10n::shared().bootstrap(); };
+    services.guard = []() -> shell::Guard & {
+        static PrivacyGuardShell guard(PrivacyGuard::shared());
+        return guard;
+    };
+    services.cameraAuthorization = &LinuxCameraAuthorization::shared();
+    services.cameraBlockedBySystem = [] {
+        return !LinuxCameraAuthorization::isSandboxed() &&
+               LinuxCameraAuthorization::shared().devicesInaccessible();
+    };
+    // Until their subsystems exist, these do nothing.
+    services.showOnboarding = [] {};
+    services.startUpdater = [] {};
+    services.checkForUpdates = [] {};
+    services.startCloudAccount = [] {};
+    services.handleCallback = [](const QUrl &) {};
+    services.startCloudSync = [] {};
+    services.subscribeCrashReporter = [] {};
+    services.startTesterMode = [] {};
+    services.showSettings = [](std::optional<SettingsTab>) {};
+    services.quit = [] { QCoreApplication::quit(); };
+    return services;
+}
+
+} // namespace veilora
