@@ -49,13 +49,10 @@ TEST(DisplayReconfigWatcherTest, BurstOfEventsGivesOneChangeAfterTheLast)
 
 TEST(LidRuleTest, LidIsOpenOnlyWhileABuiltinDisplayIsActiveAndAwake)
 {
-    FakeGuardCamera camera;
-    FakeShield shield;
-    FakeAuthenticator authenticator;
-    FakeCameraAuthorization authorization;
-    FakeDisplayServices displays;
+    FakeGuardParts parts;
+    FakeDisplayServices &displays = parts.displays;
     FakeClock clock;
-    PrivacyGuard guard({&camera, &shield, &authenticator, &authorization, &displays, &clock});
+    PrivacyGuard guard(parts.collaborators(&clock));
 
     const ActiveDisplay panel{QStringLiteral("eDP-1"), true, false};
     const ActiveDisplay sleepingPanel{QStringLiteral("eDP-1"), true, true};

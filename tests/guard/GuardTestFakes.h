@@ -1,7 +1,11 @@
 #pragma once
 
 #include "guard/GuardCamera.h"
+#include "guard/PrivacyGuard.h"
 #include "platform/Authenticator.h"
+#include "platform/CameraAuthorization.h"
+#include "platform/Clock.h"
+#include "platform/display/DisplayServices.h"
 #include "shield/ShieldPresenter.h"
 
 #include <cmath>
@@ -64,6 +68,21 @@ public:
     std::optional<QString> unavailableReason;
     std::vector<QString> reasons;
     Reply pending;
+};
+
+// Every collaborator of a guard, faked.
+struct FakeGuardParts
+{
+    PrivacyGuard::Collaborators collaborators(Clock *clockToUse)
+    {
+        return {&camera, &shield, &authenticator, &authorization, &displays, clockToUse};
+    }
+
+    FakeGuardCamera camera;
+    FakeShield shield;
+    FakeAuthenticator authenticator;
+    FakeCameraAuthorization authorization;
+    FakeDisplayServices displays;
 };
 
 // A unit print pointing `degrees` away from the first axis: the cosine distance

@@ -43,8 +43,7 @@ protected:
 
     std::unique_ptr<PrivacyGuard> makeGuard()
     {
-        return std::make_unique<PrivacyGuard>(
-            PrivacyGuard::Collaborators{&camera, &shield, &authenticator, &authorization, &displays, &clock});
+        return std::make_unique<PrivacyGuard>(parts.collaborators(&clock));
     }
 
     // Enrolled prints at 0° and 10°; `threshold` on the cosine scale.
@@ -67,11 +66,12 @@ protected:
         guard->handleSample({std::move(prints), faceDetected});
     }
 
-    FakeGuardCamera camera;
-    FakeShield shield;
-    FakeAuthenticator authenticator;
-    FakeCameraAuthorization authorization;
-    FakeDisplayServices displays;
+    FakeGuardParts parts;
+    FakeGuardCamera &camera = parts.camera;
+    FakeShield &shield = parts.shield;
+    FakeAuthenticator &authenticator = parts.authenticator;
+    FakeCameraAuthorization &authorization = parts.authorization;
+    FakeDisplayServices &displays = parts.displays;
     FakeClock clock;
     std::unique_ptr<PrivacyGuard> guard;
 };
@@ -374,12 +374,9 @@ TEST_F(PrivacyGuardTest, SamplesFromTheCameraThreadReachTheGuardOnTheMainThread)
 // Another running copy of the application, watching with the shared profile.
 VEILORA_TEST_PEER(watcher)
 {
-    FakeGuardCamera camera;
-    FakeShield shield;
-    FakeAuthenticator authenticator;
-    FakeCameraAuthorization authorization;
-    FakeDisplayServices displays;
-    PrivacyGuard guard({&camera, &shield, &authenticator, &authorization, &displays, nullptr});
+    FakeGuardParts parts;
+    FakeGuardCamera &camera = parts.camera;
+    PrivacyGuard guard(parts.collaborators(nullptr));
     guard.bootstrap();
     guard.setEnabled(true);
     std::cout << (guard.isWatching() ? "watching" : "idle") << std::endl;
