@@ -205,12 +205,7 @@ void FaceCamera::setDevice(const QString &uniqueID)
                                          [&](const CameraDevice &d) { return d.uniqueID == uniqueID; });
         if (device == devices.end())
             return;
-        std::unique_ptr<CaptureSource> input = m_devices->open(*device);
-        if (!input)
-            return;
-        limitFrameRate(*input);
-        useInput(std::move(input));
-        log(QStringLiteral("カメラ切替: ") + device->localizedName);
+        switchTo(*device, QStringLiteral("カメラ切替: "));
     });
 }
 
@@ -224,15 +219,21 @@ void FaceCamera::reevaluateDevice()
             return;
         if (m_input && m_input->device().uniqueID == preferred->uniqueID && m_input->isConnected())
             return;
-        std::unique_ptr<CaptureSource> input = m_devices->open(*preferred);
-        if (!input)
-            return;
-        limitFrameRate(*input);
-        useInput(std::move(input));
-        log(QStringLiteral("カメラ自動切替: ") + preferred->localizedName);
-        if (onDeviceChange)
+        if (switchTo(*preferred, QStringLiteral("カメラ自動切替: ")) && onDeviceChange)
             onDeviceChange();
     });
+}
+
+bool FaceCamera::switchTo(const CameraDevice &device, const QString &logPrefix)
+{
+    // A camera that cannot be opened leaves the current one in place.
+    std::unique_ptr<CaptureSource> input = m_devices->open(device);
+    if (!input)
+        return false;
+    limitFrameRate(*input);
+    useInput(std::move(input));
+    log(logPrefix + device.localizedName);
+    return true;
 }
 
 } // namespace veilora

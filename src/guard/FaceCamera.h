@@ -78,6 +78,7 @@ private:
     void configureIfNeeded();
     void limitFrameRate(CaptureSource &source);
     void useInput(std::unique_ptr<CaptureSource> input);
+    bool switchTo(const CameraDevice &device, const QString &logPrefix); // on the queue
     void captureOutput(const VideoFrame &frame);
     std::optional<CameraDevice> currentDevice() const;
 
