@@ -1,10 +1,10 @@
 #include "AppDelegate.h"
 
-#include "app/AppSettings.h"
+#include "settings/AppSettings.h"
 #include "app/ApplicationShortcuts.h"
 #include "app/LaunchOptions.h"
 #include "app/StatusItemController.h"
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 #include "platform/SingleInstance.h"
 
 #include <QTimer>
@@ -76,7 +76,7 @@ void AppDelegate::handleGetURLEvent(const QString &text)
 {
     // Never logged as it stands: a sign-in callback carries a one-time code.
     if (!isOpenableURL(text)) {
-        DebugLog::log(
+        EventLog::write(
             QStringLiteral("url: ignored a hand-over that is not a URL (%1 characters)").arg(text.size()));
         return;
     }

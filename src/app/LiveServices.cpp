@@ -20,12 +20,16 @@ public:
         connect(&guard, &PrivacyGuard::enabledPrefChanged, this, &shell::Guard::changed);
         connect(&guard, &PrivacyGuard::enrolledChanged, this, &shell::Guard::changed);
         connect(&guard, &PrivacyGuard::cameraDeniedChanged, this, &shell::Guard::changed);
+        connect(&guard, &PrivacyGuard::graceSecondsChanged, this, &shell::Guard::changed);
     }
 
     bool enabledPref() const override { return m_guard.enabledPref(); }
     bool enrolled() const override { return m_guard.enrolled(); }
     bool cameraDenied() const override { return m_guard.cameraDenied(); }
+    int graceSeconds() const override { return m_guard.graceSeconds(); }
     void setEnabled(bool on) override { m_guard.setEnabled(on); }
+    void setGraceSeconds(int seconds) override { m_guard.setGraceSeconds(seconds); }
+    void deleteEnrollment() override { m_guard.deleteEnrollment(); }
     void bootstrap() override { m_guard.bootstrap(); }
 
 private:

@@ -2,6 +2,8 @@
 
 #include "platform/BundleInfo.h"
 #include "platform/CameraAuthorization.h"
+#include "settings/GuardModel.h"
+#include "settings/SettingsTab.h"
 
 #include <QObject>
 #include <QUrl>
@@ -11,30 +13,14 @@
 
 namespace veilora {
 
-enum class SettingsTab
-{
-    general,
-    permissions,
-    account,
-    about
-};
-
 namespace shell {
 
-// The presence guard as the status item and start-up see it.
-class Guard : public QObject
+// The presence guard as start-up, the tray and the settings window see it.
+class Guard : public GuardModel
 {
     Q_OBJECT
 public:
-    virtual bool enabledPref() const = 0;
-    virtual bool enrolled() const = 0;
-    virtual bool cameraDenied() const = 0;
-    virtual void setEnabled(bool on) = 0;
     virtual void bootstrap() = 0;
-
-Q_SIGNALS:
-    // After any of the published values above changed.
-    void changed();
 };
 
 } // namespace shell

@@ -1,8 +1,9 @@
 #include "app/AppDelegate.h"
-#include "app/AppSettings.h"
+#include "settings/AppSettings.h"
 #include "app/CameraConsentQuestion.h"
 #include "app/DefaultsCommand.h"
 #include "app/LaunchOptions.h"
+#include "diagnostics/DebugLog.h"
 #include "localization/L10n.h"
 #include "platform/BundleInfo.h"
 #include "platform/LinuxCameraAuthorization.h"
@@ -41,6 +42,7 @@ bool hasDisplay()
 
 int main(int argc, char **argv)
 {
+    DebugLog::install();
     const QStringList args = plainArguments(argc, argv);
     QTextStream out(stdout);
     QTextStream err(stderr);

@@ -1,6 +1,7 @@
 #include "DebugLog.h"
 
 #include "platform/BundleInfo.h"
+#include "platform/EventLog.h"
 #include "platform/FilePrivacy.h"
 
 #include <QDateTime>
@@ -49,6 +50,11 @@ QString readText(const QString &path)
 }
 
 } // namespace
+
+void DebugLog::install()
+{
+    EventLog::setSink(&DebugLog::log);
+}
 
 QString DebugLog::directory()
 {

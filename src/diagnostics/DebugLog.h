@@ -19,6 +19,9 @@ public:
     // Appends "<ISO 8601 UTC time> <message>\n".
     static void log(const QString &message);
 
+    // Makes this log the destination of every layer's EventLog lines.
+    static void install();
+
     // The last `tailCharacters` characters of both generations, older first.
     static QString tail();
 

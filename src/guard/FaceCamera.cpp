@@ -1,6 +1,6 @@
 #include "FaceCamera.h"
 
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 #include "platform/SerialQueue.h"
 #include "platform/UserDefaults.h"
 
@@ -12,7 +12,7 @@ namespace {
 
 void log(const QString &line)
 {
-    DebugLog::log(QStringLiteral("shield: ") + line);
+    EventLog::write(QStringLiteral("shield: ") + line);
 }
 
 } // namespace

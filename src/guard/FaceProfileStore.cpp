@@ -1,6 +1,6 @@
 #include "FaceProfileStore.h"
 
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/FilePrivacy.h"
 
@@ -51,19 +51,19 @@ std::optional<FaceProfile> FaceProfileStore::load()
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
     if (file.size() > maximumFileBytes) {
-        DebugLog::log(QStringLiteral("face profile: file too large, ignored"));
+        EventLog::write(QStringLiteral("face profile: file too large, ignored"));
         return std::nullopt;
     }
     auto profile = decodeFaceProfile(file.readAll());
     if (!profile)
-        DebugLog::log(QStringLiteral("face profile: unreadable file, treated as not enrolled"));
+        EventLog::write(QStringLiteral("face profile: unreadable file, treated as not enrolled"));
     return profile;
 }
 
 void FaceProfileStore::save(const std::vector<FeaturePrint> &prints, double threshold)
 {
     if (!writePrivateFile(url(), encodeFaceProfile(prints, threshold)))
-        DebugLog::log(QStringLiteral("face profile: could not be written"));
+        EventLog::write(QStringLiteral("face profile: could not be written"));
     DistributedNotificationCenter::defaultCenter().post(QLatin1String(changeNote));
 }
 

@@ -1,16 +1,15 @@
 #include "PrivacyGuard.h"
 
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 #include "guard/DisplayReconfigWatcher.h"
 #include "guard/EnrollmentStatistics.h"
-#include "localization/L10n.h"
 #include "platform/Authenticator.h"
 #include "platform/CameraAuthorization.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/MainThread.h"
 #include "platform/UserDefaults.h"
 #include "platform/display/DisplayServices.h"
-#include "shield/ShieldPresenter.h"
+#include "guard/ShieldPresenter.h"
 
 #include <QPointer>
 
@@ -26,7 +25,7 @@ const QString debugKey = QStringLiteral("shieldDebug");
 
 void log(const QString &message)
 {
-    DebugLog::log(QStringLiteral("shield: ") + message);
+    EventLog::write(QStringLiteral("shield: ") + message);
 }
 
 } // namespace
@@ -39,6 +38,7 @@ PrivacyGuard::PrivacyGuard(Collaborators collaborators, QObject *parent)
     , m_cameraAuthorization(collaborators.cameraAuthorization)
     , m_displays(collaborators.displays)
     , m_clock(collaborators.clock ? *collaborators.clock : Clock::system())
+    , m_unlockReason(std::move(collaborators.unlockReason))
 {
     Q_ASSERT(m_camera && m_overlay && m_authenticator && m_cameraAuthorization && m_displays);
     UserDefaults &defaults = UserDefaults::standard();
@@ -252,7 +252,7 @@ void PrivacyGuard::authenticateAndUnlock()
         return;
     }
     QPointer<PrivacyGuard> weak(this);
-    m_authenticator->evaluate(L10n::shared().string(QStringLiteral("ov.reason")),
+    m_authenticator->evaluate(m_unlockReason ? m_unlockReason() : QString(),
                               [weak](bool success, const std::optional<QString> &) {
                                   if (!success)
                                       return;

@@ -64,13 +64,17 @@ public:
         CameraAuthorization *cameraAuthorization = nullptr;
         DisplayServices *displays = nullptr;
         Clock *clock = nullptr;
+        // The sentence the unlock prompt shows, in the interface language of the
+        // moment it is asked for.
+        std::function<QString()> unlockReason;
     };
 
     explicit PrivacyGuard(Collaborators collaborators, QObject *parent = nullptr);
     ~PrivacyGuard() override;
 
     // The application's guard, made with the real camera, shield, authentication
-    // and display services on first use.
+    // and display services on first use. The application defines it, since only
+    // it may wire those parts together; tests make their own guards.
     static PrivacyGuard &shared();
 
     bool enabledPref() const { return m_enabledPref; }
@@ -139,6 +143,7 @@ private:
     CameraAuthorization *const m_cameraAuthorization;
     DisplayServices *const m_displays;
     Clock &m_clock;
+    const std::function<QString()> m_unlockReason;
 
     bool m_enabledPref = false;
     bool m_enrolled = false;

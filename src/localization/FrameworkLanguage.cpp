@@ -1,7 +1,7 @@
 #include "FrameworkLanguage.h"
 
 #include "SystemLanguages.h"
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 #include "platform/MainThread.h"
 
 #include <QCoreApplication>
@@ -110,7 +110,7 @@ void refresh()
         return;
     auto translator = std::make_unique<QTranslator>();
     if (!translator->load(path)) {
-        DebugLog::log(QStringLiteral("l10n: cannot load Qt translations %1").arg(path));
+        EventLog::write(QStringLiteral("l10n: cannot load Qt translations %1").arg(path));
         return;
     }
     QCoreApplication::installTranslator(translator.get());

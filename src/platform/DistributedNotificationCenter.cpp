@@ -1,6 +1,6 @@
 #include "DistributedNotificationCenter.h"
 
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 
 #include <QDBusMessage>
 
@@ -20,7 +20,7 @@ DBusNotificationCenter::DBusNotificationCenter(QDBusConnection connection)
         m_connection.connect(QString(), QString::fromLatin1(objectPath), QString::fromLatin1(interfaceName),
                              QString::fromLatin1(signalName), this, SLOT(onPosted(QString)));
     if (!m_connected)
-        DebugLog::log(QStringLiteral("notifications: no session bus, system-wide notifications are off"));
+        EventLog::write(QStringLiteral("notifications: no session bus, system-wide notifications are off"));
 }
 
 void DBusNotificationCenter::post(const QString &name)

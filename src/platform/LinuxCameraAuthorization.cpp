@@ -1,7 +1,7 @@
 #include "LinuxCameraAuthorization.h"
 
 #include "UserDefaults.h"
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -64,7 +64,7 @@ LinuxCameraAuthorization &LinuxCameraAuthorization::shared()
 {
     static LinuxCameraAuthorization authorization(
         UserDefaults::standard(), [](std::function<void(bool)> answer) {
-            DebugLog::log(QStringLiteral("camera: no way to ask for consent, access refused"));
+            EventLog::write(QStringLiteral("camera: no way to ask for consent, access refused"));
             answer(false);
         });
     return authorization;
@@ -113,7 +113,7 @@ void LinuxCameraAuthorization::requestAccess(std::function<void(bool)> completio
         return;
     }
     if (devicesInaccessible()) {
-        DebugLog::log(QStringLiteral(
+        EventLog::write(QStringLiteral(
             "camera: the video devices cannot be opened; is the user in the \"video\" group?"));
         completion(false);
         return;
@@ -155,7 +155,7 @@ void LinuxCameraAuthorization::requestThroughPortal(std::function<void(bool)> co
                          call->deleteLater();
                          QDBusPendingReply<QDBusObjectPath> reply = *call;
                          if (reply.isError()) {
-                             DebugLog::log(QStringLiteral("camera: the portal refused the request: ") +
+                             EventLog::write(QStringLiteral("camera: the portal refused the request: ") +
                                            reply.error().message());
                              request->fail();
                          } else if (reply.value().path() != expected) {

@@ -1,6 +1,6 @@
 #include "SingleInstance.h"
 
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -57,7 +57,7 @@ bool DBusSingleInstance::claim()
     if (m_owner)
         return true;
     if (!m_bus.isConnected()) {
-        DebugLog::log(QStringLiteral("instance: no session bus, running without a single-instance check"));
+        EventLog::write(QStringLiteral("instance: no session bus, running without a single-instance check"));
         return true;
     }
     // The object goes up before the name, so whoever sees the name finds the object.
@@ -65,7 +65,7 @@ bool DBusSingleInstance::claim()
     if (!m_bus.registerObject(QString::fromLatin1(objectPath), endpoint,
                               QDBusConnection::ExportScriptableSlots)) {
         delete endpoint;
-        DebugLog::log(QStringLiteral("instance: cannot export ") + QLatin1String(objectPath) +
+        EventLog::write(QStringLiteral("instance: cannot export ") + QLatin1String(objectPath) +
                       QStringLiteral(": ") + m_bus.lastError().message());
         return false;
     }

@@ -5,7 +5,7 @@
 namespace veilora {
 
 // The system's log, for the few failures an administrator should see (the
-// application's own event log is DebugLog).
+// application's own event log is EventLog).
 namespace SystemLog {
 
 // One warning line: to the journal, and to standard error unless standard error

@@ -1,7 +1,7 @@
 #include "UrlSchemeRegistration.h"
 
 #include "DesktopEntry.h"
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 
 #include <QDir>
 #include <QFile>
@@ -145,7 +145,7 @@ void UrlSchemeRegistration::setDefault()
 void UrlSchemeRegistration::finish(bool registered, const QString &message)
 {
     if (!message.isEmpty())
-        DebugLog::log(QStringLiteral("url scheme: ") + message);
+        EventLog::write(QStringLiteral("url scheme: ") + message);
     if (m_done)
         m_done(registered);
     deleteLater();

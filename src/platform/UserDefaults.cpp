@@ -1,7 +1,7 @@
 #include "UserDefaults.h"
 
 #include "FilePrivacy.h"
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 
 #include <QDir>
 #include <QFile>
@@ -218,7 +218,7 @@ void UserDefaults::change(const QString &key, const std::optional<QVariant> &val
     QLockFile lock(m_path + QStringLiteral(".lock"));
     const bool locked = lock.tryLock(2000);
     if (!locked)
-        DebugLog::log(QStringLiteral("defaults: lock busy, writing anyway: ") + m_path);
+        EventLog::write(QStringLiteral("defaults: lock busy, writing anyway: ") + m_path);
     readFile();
     if (value)
         m_values.insert(key, *value);
@@ -236,7 +236,7 @@ void UserDefaults::readFile()
     if (!file.exists())
         return;
     if (!file.open(QIODevice::ReadOnly)) {
-        DebugLog::log(QStringLiteral("defaults: cannot read ") + m_path);
+        EventLog::write(QStringLiteral("defaults: cannot read ") + m_path);
         return;
     }
     QJsonParseError error{};
@@ -250,7 +250,7 @@ void UserDefaults::readFile()
                               QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMddHHmmss"));
         file.close();
         QFile::rename(m_path, aside);
-        DebugLog::log(QStringLiteral("defaults: unreadable file moved to ") + aside);
+        EventLog::write(QStringLiteral("defaults: unreadable file moved to ") + aside);
         return;
     }
     const QJsonObject values = root.value(QStringLiteral("values")).toObject();
@@ -272,7 +272,7 @@ bool UserDefaults::writeFile() const
     root[QStringLiteral("version")] = formatVersion;
     root[QStringLiteral("values")] = values;
     if (!writePrivateFile(m_path, QJsonDocument(root).toJson(QJsonDocument::Indented))) {
-        DebugLog::log(QStringLiteral("defaults: cannot write ") + m_path);
+        EventLog::write(QStringLiteral("defaults: cannot write ") + m_path);
         return false;
     }
     return true;

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "FrostedBackdrop.h"
-#include "ShieldPresenter.h"
 
 #include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QRect>
 
+#include <functional>
 #include <memory>
 
 class QScreen;
@@ -29,12 +29,12 @@ class UnlockPrompt;
 //
 // It also hosts the password prompt that authentication asks through
 // (`credentialPrompt()`), above the shield.
-class PrivacyOverlayController : public QObject, public ShieldPresenter
+class PrivacyOverlayController : public QObject
 {
     Q_OBJECT
 
 public:
-    static constexpr const char *changeNote = PrivacyShield::changeNote;
+    static constexpr const char *changeNote = "com.norvane.privacy-shield.changed";
     static constexpr QSize pillSize{240, 48};
     static constexpr int pillBottomMargin = 120;
     static constexpr int promptGap = 16;
@@ -45,8 +45,11 @@ public:
                              QObject *parent = nullptr);
     ~PrivacyOverlayController() override;
 
-    void show() override;
-    void hide() override;
+    void show();
+    void hide();
+
+    // Called when the user presses the pill; read at press time.
+    std::function<void()> onUnlockRequested;
 
     bool isUp() const { return !m_windows.isEmpty(); }
     // The shield's windows: the overlays in screen order, then the pill.

@@ -1,6 +1,6 @@
 #include "ShieldOverlayView.h"
 
-#include "Pictograms.h"
+#include "controls/Pictograms.h"
 #include "VisualEffectView.h"
 #include "localization/L10n.h"
 

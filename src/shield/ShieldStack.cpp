@@ -1,6 +1,6 @@
 #include "ShieldStack.h"
 
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 
 #include <QGuiApplication>
 #include <QTimer>
@@ -192,7 +192,7 @@ void ShieldStack::restack()
     }
     if (++m_raisesThisSecond > raiseBudgetPerSecond) {
         if (m_raisesThisSecond == raiseBudgetPerSecond + 1)
-            DebugLog::log(QStringLiteral("shield: another window keeps rising above the shield"));
+            EventLog::write(QStringLiteral("shield: another window keeps rising above the shield"));
         QTimer::singleShot(1000, this, [this] { scheduleRestack(); });
         return;
     }

@@ -1,6 +1,6 @@
 #include "UnlockPillView.h"
 
-#include "Pictograms.h"
+#include "controls/Pictograms.h"
 #include "localization/L10n.h"
 
 #include <QPainter>

@@ -4,7 +4,7 @@
 #include "ShieldStack.h"
 #include "ShieldWindow.h"
 #include "UnlockPromptView.h"
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 
 #include <QWindow>
 
@@ -51,7 +51,7 @@ void UnlockPrompt::refocus()
     // Another client's grab (an open menu) makes ours fail; the prompt then
     // still has the focus, just not the keyboard to itself.
     if (!m_window->windowHandle()->setKeyboardGrabEnabled(true))
-        DebugLog::log(
+        EventLog::write(
             QStringLiteral("shield: the keyboard is held elsewhere; the prompt only has the focus"));
 }
 

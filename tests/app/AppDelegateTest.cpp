@@ -1,7 +1,8 @@
+#include "support/FakeLoginItem.h"
 #include "app/AppDelegate.h"
 
 #include "ShellTestServices.h"
-#include "app/AppSettings.h"
+#include "settings/AppSettings.h"
 #include "app/CameraConsentQuestion.h"
 #include "app/LaunchOptions.h"
 #include "app/StatusItemController.h"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/FakeCameraAuthorization.h"
 #include "app/ShellServices.h"
 
 #include <QStringList>
@@ -24,10 +25,22 @@ public:
     bool enabledPref() const override { return enabled; }
     bool enrolled() const override { return isEnrolled; }
     bool cameraDenied() const override { return denied; }
+    int graceSeconds() const override { return grace; }
     void setEnabled(bool on) override
     {
         m_calls << QStringLiteral("guard.setEnabled(%1)").arg(on ? "true" : "false");
         set(on, isEnrolled, denied);
+    }
+    void setGraceSeconds(int seconds) override
+    {
+        m_calls << QStringLiteral("guard.setGraceSeconds(%1)").arg(seconds);
+        grace = seconds;
+        Q_EMIT changed();
+    }
+    void deleteEnrollment() override
+    {
+        m_calls << QStringLiteral("guard.deleteEnrollment");
+        set(false, false, denied);
     }
     void bootstrap() override { m_calls << QStringLiteral("guard.bootstrap"); }
 
@@ -38,6 +51,7 @@ public:
         Q_EMIT changed();
     }
     bool enabled = false, isEnrolled = false, denied = false;
+    int grace = 10;
 
 private:
     QStringList &m_calls;

@@ -1,3 +1,5 @@
+#include "support/FakeClock.h"
+#include "support/FakeDisplayServices.h"
 #include "GuardTestFakes.h"
 #include "guard/DisplayReconfigWatcher.h"
 #include "guard/PrivacyGuard.h"

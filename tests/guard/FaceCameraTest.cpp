@@ -1,10 +1,11 @@
+#include "support/FakeClock.h"
 #include "guard/FaceCamera.h"
 
 #include "diagnostics/DebugLog.h"
 #include "platform/MainThread.h"
 #include "platform/UserDefaults.h"
-#include "platform/capture/FakeCaptureDevices.h"
-#include "platform/vision/FakeFaceVision.h"
+#include "support/FakeCaptureDevices.h"
+#include "support/FakeFaceVision.h"
 #include "support/TestSupport.h"
 
 #include <QMutex>

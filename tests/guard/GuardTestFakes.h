@@ -1,12 +1,14 @@
 #pragma once
 
+#include "support/FakeCameraAuthorization.h"
+#include "support/FakeDisplayServices.h"
 #include "guard/GuardCamera.h"
 #include "guard/PrivacyGuard.h"
 #include "platform/Authenticator.h"
 #include "platform/CameraAuthorization.h"
 #include "platform/Clock.h"
 #include "platform/display/DisplayServices.h"
-#include "shield/ShieldPresenter.h"
+#include "guard/ShieldPresenter.h"
 
 #include <cmath>
 #include <vector>
@@ -75,8 +77,12 @@ struct FakeGuardParts
 {
     PrivacyGuard::Collaborators collaborators(Clock *clockToUse)
     {
-        return {&camera, &shield, &authenticator, &authorization, &displays, clockToUse};
+        return {&camera, &shield, &authenticator, &authorization, &displays, clockToUse,
+                [this] { return unlockReason; }};
     }
+
+    // Read each time the guard asks, as the interface language may have changed.
+    QString unlockReason = QStringLiteral("clear the blur");
 
     FakeGuardCamera camera;
     FakeShield shield;

@@ -2,13 +2,16 @@
 // with the real face models, the guard deciding, a recording shield. Frames are
 // handed to the camera one by one and time is driven, so nothing waits on the
 // wall clock.
+#include "support/FakeClock.h"
+#include "support/FakeCameraAuthorization.h"
+#include "support/FakeDisplayServices.h"
 #include "GuardTestFakes.h"
 #include "guard/FaceProfileStore.h"
 #include "guard/LiveGuardCamera.h"
 #include "guard/PrivacyGuard.h"
 #include "platform/CameraAuthorization.h"
 #include "platform/UserDefaults.h"
-#include "platform/capture/FakeCaptureDevices.h"
+#include "support/FakeCaptureDevices.h"
 #include "platform/display/DisplayServices.h"
 #include "platform/vision/FaceVision.h"
 #include "support/TestSupport.h"
@@ -51,7 +54,7 @@ TEST(PresenceEndToEndTest, EnrolledFaceClearsTheShieldThatAbsenceRaised)
     FakeAuthenticator authenticator;
     FakeCameraAuthorization authorization;
     FakeDisplayServices displays;
-    PrivacyGuard guard({&camera, &shield, &authenticator, &authorization, &displays, &clock});
+    PrivacyGuard guard({&camera, &shield, &authenticator, &authorization, &displays, &clock, {}});
 
     // Each frame comes `seconds` after the previous one; the sample it yields
     // reaches the guard through the main thread's event loop.

@@ -1,3 +1,6 @@
+#include "support/FakeClock.h"
+#include "support/FakeCameraAuthorization.h"
+#include "support/FakeDisplayServices.h"
 #include "guard/PrivacyGuard.h"
 
 #include "GuardTestFakes.h"
@@ -128,8 +131,10 @@ TEST_F(PrivacyGuardTest, ManualUnlockKeepsAnUnknownFaceClearUntilNobodyIsSeen)
     sample({}, false);
     ASSERT_TRUE(guard->blurred());
 
+    parts.unlockReason = QStringLiteral("den Schleier aufheben");
     shield.onUnlockRequested();
     ASSERT_EQ(authenticator.reasons.size(), 1u);
+    EXPECT_EQ(authenticator.reasons[0], QStringLiteral("den Schleier aufheben"));
     authenticator.pending(false, std::nullopt);
     processEventsFor(50ms);
     EXPECT_TRUE(guard->blurred()) << "a failed authentication leaves the blur";

@@ -1,6 +1,6 @@
 #include "shield/FrostedBackdrop.h"
 #include "shield/PrivacyOverlayController.h"
-#include "shield/ShieldShape.h"
+#include "controls/ShieldShape.h"
 
 #include <QPainter>
 

@@ -1,6 +1,6 @@
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/NotificationCenter.h"
-#include "platform/auth/FakePasswordAuthentication.h"
+#include "support/FakePasswordAuthentication.h"
 #include "shield/PrivacyOverlayController.h"
 #include "shield/SecretField.h"
 #include "shield/ShieldStack.h"

@@ -4,6 +4,7 @@
 //
 // A test that needs a second process starts its own binary again with
 // `--peer NAME` (see TestPeer.h); the peer shares the parent's home.
+#include "diagnostics/DebugLog.h"
 #include "support/TestPeer.h"
 
 #include <QApplication>
@@ -42,6 +43,7 @@ void useHome(const QByteArray &root)
 
 int main(int argc, char **argv)
 {
+    veilora::DebugLog::install();
     std::unique_ptr<QTemporaryDir> home;
     if (const char *shared = std::getenv("VEILORA_TEST_HOME");
         shared && argc >= 3 && !std::strcmp(argv[1], "--peer")) {

@@ -1,6 +1,6 @@
 #include "PromptedAuthenticator.h"
 
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 #include "platform/MainThread.h"
 
 #include <condition_variable>
@@ -134,7 +134,7 @@ void PromptedAuthenticator::evaluate(const QString &reason, Reply reply)
                 channel->toPrompt([](CredentialPrompt &prompt) { prompt.reject(); });
         }
         if (outcome.result == Result::failed)
-            DebugLog::log(QStringLiteral("auth: ") + outcome.error.value_or(QStringLiteral("failed")));
+            EventLog::write(QStringLiteral("auth: ") + outcome.error.value_or(QStringLiteral("failed")));
         channel->toPrompt([](CredentialPrompt &prompt) { prompt.close(); });
         busy->store(false);
         reply(outcome.result == Result::success, outcome.error);

@@ -1,7 +1,7 @@
 #include "FileCaptureDevices.h"
 
 #include "FrameConversion.h"
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -35,7 +35,7 @@ QStringList imageNameFilters()
 
 void logProblem(const CameraDevice &device, const QString &what)
 {
-    DebugLog::log(QStringLiteral("camera: %1: %2").arg(device.location, what));
+    EventLog::write(QStringLiteral("camera: %1: %2").arg(device.location, what));
 }
 
 } // namespace

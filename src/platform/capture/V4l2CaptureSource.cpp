@@ -1,7 +1,7 @@
 #include "V4l2CaptureSource.h"
 
 #include "FrameConversion.h"
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 
 #include <QFile>
 
@@ -71,7 +71,7 @@ std::unique_ptr<V4l2CaptureSource> V4l2CaptureSource::open(const CameraDevice &d
 {
     const int fd = ::open(QFile::encodeName(device.location).constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
-        DebugLog::log(QStringLiteral("camera: cannot open %1 (%2): %3")
+        EventLog::write(QStringLiteral("camera: cannot open %1 (%2): %3")
                           .arg(device.localizedName, device.location, systemError()));
         return nullptr;
     }
@@ -97,7 +97,7 @@ V4l2CaptureSource::~V4l2CaptureSource()
 
 void V4l2CaptureSource::log(const QString &what) const
 {
-    DebugLog::log(QStringLiteral("camera: %1 (%2): %3").arg(m_device.localizedName, m_device.location, what));
+    EventLog::write(QStringLiteral("camera: %1 (%2): %3").arg(m_device.localizedName, m_device.location, what));
 }
 
 bool V4l2CaptureSource::configure(QString *error)

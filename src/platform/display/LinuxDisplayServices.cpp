@@ -1,6 +1,6 @@
 #include "LinuxDisplayServices.h"
 
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -30,7 +30,7 @@ LinuxDisplayServices::LinuxDisplayServices(QDBusConnection sessionBus, QDBusConn
     if (qEnvironmentVariableIsSet("DISPLAY"))
         m_display = XOpenDisplay(nullptr);
     if (!m_display)
-        DebugLog::log(QStringLiteral("displays: no X11 display, the lid and display sleep are not watched"));
+        EventLog::write(QStringLiteral("displays: no X11 display, the lid and display sleep are not watched"));
 
     if (auto *app = qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
         connect(app, &QGuiApplication::screenAdded, this, [this](QScreen *screen) {

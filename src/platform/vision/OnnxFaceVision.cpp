@@ -1,6 +1,6 @@
 #include "OnnxFaceVision.h"
 
-#include "diagnostics/DebugLog.h"
+#include "platform/EventLog.h"
 #include "platform/capture/FrameConversion.h"
 
 #include <QDir>
@@ -95,7 +95,7 @@ void OnnxFaceVision::reportFailure(const QString &what)
     if (m_failureReported)
         return;
     m_failureReported = true;
-    DebugLog::log(QStringLiteral("vision: ") + what);
+    EventLog::write(QStringLiteral("vision: ") + what);
 }
 
 std::vector<QRectF> OnnxFaceVision::detectFaces(const QImage &frame)

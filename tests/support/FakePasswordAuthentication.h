@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PromptedAuthenticator.h"
+#include "platform/auth/PromptedAuthenticator.h"
 
 #include <QByteArray>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FaceVision.h"
+#include "platform/vision/FaceVision.h"
 
 #include <QMutex>
 

@@ -4,13 +4,9 @@
 
 namespace veilora {
 
-// The announcement of the shield going up or down, for other processes.
-namespace PrivacyShield {
-inline constexpr const char *changeNote = "com.norvane.privacy-shield.changed";
-}
-
-// What the presence guard needs of the screen shield: put it up, take it down,
-// and be told when the user asks to unlock. Main thread only.
+// What the presence guard needs of whatever covers the screens: put it up, take
+// it down, and be told when the user asks to unlock. The application hands in
+// the real shield. Main thread only.
 class ShieldPresenter
 {
 public:

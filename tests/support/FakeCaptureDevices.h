@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CaptureDevices.h"
+#include "platform/capture/CaptureDevices.h"
 
 #include <QMutex>
 #include <QSet>

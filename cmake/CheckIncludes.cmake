@@ -1,0 +1,60 @@
+# Fails when an #include crosses src/dependencies.txt: a subsystem may include
+# its own headers and those of the subsystems its line names, nothing else of
+# the project. Also fails on a folder the table does not list, so that a new
+# subsystem has to state its place.
+#
+#   cmake -DSOURCE_DIR=<src> -P CheckIncludes.cmake
+cmake_minimum_required(VERSION 3.25)
+if(NOT SOURCE_DIR)
+    message(FATAL_ERROR "usage: cmake -DSOURCE_DIR=<src> -P CheckIncludes.cmake")
+endif()
+
+file(STRINGS "${SOURCE_DIR}/dependencies.txt" table REGEX "^[a-z]+:")
+set(subsystems "")
+foreach(line IN LISTS table)
+    string(REGEX MATCH "^([a-z]+):(.*)$" _ "${line}")
+    list(APPEND subsystems "${CMAKE_MATCH_1}")
+    string(REGEX MATCHALL "[a-z]+" allowed_${CMAKE_MATCH_1} "${CMAKE_MATCH_2}")
+endforeach()
+
+set(crossings "")
+file(GLOB folders LIST_DIRECTORIES true RELATIVE "${SOURCE_DIR}" "${SOURCE_DIR}/*")
+foreach(folder IN LISTS folders)
+    if(NOT IS_DIRECTORY "${SOURCE_DIR}/${folder}")
+        continue()
+    endif()
+    if(NOT folder IN_LIST subsystems)
+        list(APPEND crossings "${folder}/: a folder that src/dependencies.txt does not list")
+        continue()
+    endif()
+    file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}" "${SOURCE_DIR}/${folder}/*.h"
+        "${SOURCE_DIR}/${folder}/*.cpp" "${SOURCE_DIR}/${folder}/*.in")
+    foreach(file IN LISTS files)
+        file(STRINGS "${SOURCE_DIR}/${file}" includes REGEX "^[ \t]*#[ \t]*include[ \t]*[<\"]")
+        foreach(include IN LISTS includes)
+            string(REGEX MATCH "[<\"]([^>\"]+)[>\"]" _ "${include}")
+            set(path "${CMAKE_MATCH_1}")
+            if(path MATCHES "^\\.\\./|/\\.\\./")
+                list(APPEND crossings "${file}: includes ${path} through a parent folder")
+                continue()
+            endif()
+            if(NOT path MATCHES "^([a-z]+)/")
+                continue() # a header of its own folder, or a library's
+            endif()
+            set(target "${CMAKE_MATCH_1}")
+            if(target STREQUAL folder OR NOT target IN_LIST subsystems)
+                continue()
+            endif()
+            if(NOT target IN_LIST allowed_${folder})
+                list(APPEND crossings "${file}: ${folder} may not include ${path}")
+            endif()
+        endforeach()
+    endforeach()
+endforeach()
+
+if(crossings)
+    list(JOIN crossings "\n  " report)
+    message(FATAL_ERROR "includes that cross src/dependencies.txt:\n  ${report}")
+endif()
+list(LENGTH subsystems count)
+message(STATUS "includes follow src/dependencies.txt (${count} subsystems)")
