@@ -84,7 +84,7 @@ int main(int argc, char **argv)
     }
 
     LocalNotificationCenter local;
-    LoopbackNotificationCenter distributed;
+    DBusNotificationCenter distributed(QDBusConnection::sessionBus());
     PrivacyOverlayController controller(local, distributed);
     const auto mapped = [&] {
         const QList<QWidget *> windows = controller.windows();

@@ -1,11 +1,11 @@
 #include "AppDelegate.h"
 
-#include "settings/AppSettings.h"
 #include "app/ApplicationShortcuts.h"
 #include "app/LaunchOptions.h"
 #include "app/StatusItemController.h"
 #include "platform/EventLog.h"
 #include "platform/SingleInstance.h"
+#include "settings/AppSettings.h"
 
 #include <QTimer>
 #include <QUrl>

@@ -49,9 +49,10 @@ PrivacyGuard &PrivacyGuard::shared()
         LinuxDisplayServices displays;
     };
     static Parts *parts = new Parts; // never destroyed: threads and windows die with the process
-    static PrivacyGuard *guard = new PrivacyGuard(
-        {&parts->camera, &parts->presenter, &parts->authenticator, &LinuxCameraAuthorization::shared(),
-         &parts->displays, &Clock::system(), [] { return L10n::shared().string(QStringLiteral("ov.reason")); }});
+    static PrivacyGuard *guard =
+        new PrivacyGuard({&parts->camera, &parts->presenter, &parts->authenticator,
+                          &LinuxCameraAuthorization::shared(), &parts->displays, &Clock::system(),
+                          [] { return L10n::shared().string(QStringLiteral("ov.reason")); }});
     return *guard;
 }
 

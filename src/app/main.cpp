@@ -1,5 +1,5 @@
 #include "app/AppDelegate.h"
-#include "settings/AppSettings.h"
+#include "app/AppearanceFollower.h"
 #include "app/CameraConsentQuestion.h"
 #include "app/DefaultsCommand.h"
 #include "app/LaunchOptions.h"
@@ -11,6 +11,7 @@
 #include "platform/UrlSchemeRegistration.h"
 #include "platform/UserDefaults.h"
 #include "platform/capture/CaptureDevices.h"
+#include "settings/AppSettings.h"
 #include "shield/ShieldPlatform.h"
 
 #include <QApplication>
@@ -94,6 +95,8 @@ int main(int argc, char **argv)
     QGuiApplication::setDesktopFileName(QStringLiteral("veilora"));
     // A tray application: no main window, and closing its last window does not end it.
     QApplication::setQuitOnLastWindowClosed(false);
+    PortalDesktopAppearance appearance(QDBusConnection::sessionBus());
+    AppearanceFollower followDesktop(appearance);
 
     if (options.cameraFile)
         CaptureDevices::useFileSource(*options.cameraFile);

@@ -1,7 +1,7 @@
 #include "FaceProfileStore.h"
 
-#include "platform/EventLog.h"
 #include "platform/DistributedNotificationCenter.h"
+#include "platform/EventLog.h"
 #include "platform/FilePrivacy.h"
 
 #include <QFile>

@@ -1,15 +1,15 @@
 #include "PrivacyGuard.h"
 
-#include "platform/EventLog.h"
 #include "guard/DisplayReconfigWatcher.h"
 #include "guard/EnrollmentStatistics.h"
+#include "guard/ShieldPresenter.h"
 #include "platform/Authenticator.h"
 #include "platform/CameraAuthorization.h"
 #include "platform/DistributedNotificationCenter.h"
+#include "platform/EventLog.h"
 #include "platform/MainThread.h"
 #include "platform/UserDefaults.h"
 #include "platform/display/DisplayServices.h"
-#include "guard/ShieldPresenter.h"
 
 #include <QPointer>
 

@@ -38,10 +38,4 @@ void DBusNotificationCenter::onPosted(const QString &name)
     Q_EMIT delivered(name);
 }
 
-void LoopbackNotificationCenter::post(const QString &name)
-{
-    posted.append(name);
-    Q_EMIT delivered(name);
-}
-
 } // namespace veilora

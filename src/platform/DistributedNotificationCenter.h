@@ -10,8 +10,7 @@ namespace veilora {
 // (and by outside tools): each name travels as a broadcast signal on the session
 // bus, so the posting process receives its own posts too.
 //
-// The interface is small so that a process-local stand-in can replace it where a
-// test needs no bus.
+// The interface is small so that tests can put a process-local stand-in in its place.
 class DistributedNotificationCenter : public NotificationCenter
 {
     Q_OBJECT
@@ -43,15 +42,6 @@ private Q_SLOTS:
 private:
     QDBusConnection m_connection;
     bool m_connected = false;
-};
-
-// Delivers posts to this process's observers only (a fake for tests without a bus).
-class LoopbackNotificationCenter : public DistributedNotificationCenter
-{
-    Q_OBJECT
-public:
-    void post(const QString &name) override;
-    QStringList posted; // every name posted, in order
 };
 
 } // namespace veilora

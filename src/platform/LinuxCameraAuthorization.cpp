@@ -156,7 +156,7 @@ void LinuxCameraAuthorization::requestThroughPortal(std::function<void(bool)> co
                          QDBusPendingReply<QDBusObjectPath> reply = *call;
                          if (reply.isError()) {
                              EventLog::write(QStringLiteral("camera: the portal refused the request: ") +
-                                           reply.error().message());
+                                             reply.error().message());
                              request->fail();
                          } else if (reply.value().path() != expected) {
                              request->listen(bus, reply.value().path()); // a portal that ignores the token

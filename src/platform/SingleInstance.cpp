@@ -66,7 +66,7 @@ bool DBusSingleInstance::claim()
                               QDBusConnection::ExportScriptableSlots)) {
         delete endpoint;
         EventLog::write(QStringLiteral("instance: cannot export ") + QLatin1String(objectPath) +
-                      QStringLiteral(": ") + m_bus.lastError().message());
+                        QStringLiteral(": ") + m_bus.lastError().message());
         return false;
     }
     const auto reply =

@@ -1,7 +1,7 @@
 #include "ShieldOverlayView.h"
 
-#include "controls/Pictograms.h"
 #include "VisualEffectView.h"
+#include "controls/Pictograms.h"
 #include "localization/L10n.h"
 
 #include <QFontMetrics>

@@ -1,14 +1,14 @@
-#include "support/FakeLoginItem.h"
 #include "app/AppDelegate.h"
 
 #include "ShellTestServices.h"
-#include "settings/AppSettings.h"
 #include "app/CameraConsentQuestion.h"
 #include "app/LaunchOptions.h"
 #include "app/StatusItemController.h"
 #include "platform/LoginItem.h"
 #include "platform/SingleInstance.h"
 #include "platform/UserDefaults.h"
+#include "settings/AppSettings.h"
+#include "support/FakeLoginItem.h"
 #include "support/TestPeer.h"
 #include "support/TestSupport.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "support/FakeCameraAuthorization.h"
 #include "app/ShellServices.h"
+#include "support/FakeCameraAuthorization.h"
 
 #include <QStringList>
 

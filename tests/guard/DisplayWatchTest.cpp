@@ -1,10 +1,10 @@
-#include "support/FakeClock.h"
-#include "support/FakeDisplayServices.h"
 #include "GuardTestFakes.h"
 #include "guard/DisplayReconfigWatcher.h"
 #include "guard/PrivacyGuard.h"
 #include "platform/CameraAuthorization.h"
 #include "platform/display/LinuxDisplayServices.h"
+#include "support/FakeClock.h"
+#include "support/FakeDisplayServices.h"
 #include "support/TestSupport.h"
 
 #include <QDBusConnection>

@@ -1,10 +1,10 @@
-#include "support/FakeClock.h"
 #include "guard/FaceCamera.h"
 
 #include "diagnostics/DebugLog.h"
 #include "platform/MainThread.h"
 #include "platform/UserDefaults.h"
 #include "support/FakeCaptureDevices.h"
+#include "support/FakeClock.h"
 #include "support/FakeFaceVision.h"
 #include "support/TestSupport.h"
 

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "support/FakeCameraAuthorization.h"
-#include "support/FakeDisplayServices.h"
 #include "guard/GuardCamera.h"
 #include "guard/PrivacyGuard.h"
+#include "guard/ShieldPresenter.h"
 #include "platform/Authenticator.h"
 #include "platform/CameraAuthorization.h"
 #include "platform/Clock.h"
 #include "platform/display/DisplayServices.h"
-#include "guard/ShieldPresenter.h"
+#include "support/FakeCameraAuthorization.h"
+#include "support/FakeDisplayServices.h"
 
 #include <cmath>
 #include <vector>
@@ -77,7 +77,12 @@ struct FakeGuardParts
 {
     PrivacyGuard::Collaborators collaborators(Clock *clockToUse)
     {
-        return {&camera, &shield, &authenticator, &authorization, &displays, clockToUse,
+        return {&camera,
+                &shield,
+                &authenticator,
+                &authorization,
+                &displays,
+                clockToUse,
                 [this] { return unlockReason; }};
     }
 

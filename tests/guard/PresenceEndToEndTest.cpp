@@ -2,18 +2,18 @@
 // with the real face models, the guard deciding, a recording shield. Frames are
 // handed to the camera one by one and time is driven, so nothing waits on the
 // wall clock.
-#include "support/FakeClock.h"
-#include "support/FakeCameraAuthorization.h"
-#include "support/FakeDisplayServices.h"
 #include "GuardTestFakes.h"
 #include "guard/FaceProfileStore.h"
 #include "guard/LiveGuardCamera.h"
 #include "guard/PrivacyGuard.h"
 #include "platform/CameraAuthorization.h"
 #include "platform/UserDefaults.h"
-#include "support/FakeCaptureDevices.h"
 #include "platform/display/DisplayServices.h"
 #include "platform/vision/FaceVision.h"
+#include "support/FakeCameraAuthorization.h"
+#include "support/FakeCaptureDevices.h"
+#include "support/FakeClock.h"
+#include "support/FakeDisplayServices.h"
 #include "support/TestSupport.h"
 
 #include <QDir>

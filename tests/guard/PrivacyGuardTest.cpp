@@ -1,6 +1,3 @@
-#include "support/FakeClock.h"
-#include "support/FakeCameraAuthorization.h"
-#include "support/FakeDisplayServices.h"
 #include "guard/PrivacyGuard.h"
 
 #include "GuardTestFakes.h"
@@ -9,6 +6,9 @@
 #include "platform/CameraAuthorization.h"
 #include "platform/UserDefaults.h"
 #include "platform/display/DisplayServices.h"
+#include "support/FakeCameraAuthorization.h"
+#include "support/FakeClock.h"
+#include "support/FakeDisplayServices.h"
 #include "support/TestPeer.h"
 #include "support/TestSupport.h"
 

@@ -1,6 +1,7 @@
 #include "platform/NotificationCenter.h"
 
 #include "platform/DistributedNotificationCenter.h"
+#include "support/LoopbackNotificationCenter.h"
 #include "support/TestPeer.h"
 #include "support/TestSupport.h"
 

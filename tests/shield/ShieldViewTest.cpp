@@ -1,6 +1,6 @@
+#include "controls/ShieldShape.h"
 #include "shield/FrostedBackdrop.h"
 #include "shield/PrivacyOverlayController.h"
-#include "controls/ShieldShape.h"
 
 #include <QPainter>
 

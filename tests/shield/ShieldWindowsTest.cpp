@@ -1,11 +1,12 @@
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/NotificationCenter.h"
-#include "support/FakePasswordAuthentication.h"
 #include "shield/PrivacyOverlayController.h"
 #include "shield/SecretField.h"
 #include "shield/ShieldStack.h"
 #include "shield/UnlockPrompt.h"
 #include "shield/UnlockPromptView.h"
+#include "support/FakePasswordAuthentication.h"
+#include "support/LoopbackNotificationCenter.h"
 #include "support/TestSupport.h"
 
 #include <QGuiApplication>

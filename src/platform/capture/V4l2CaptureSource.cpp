@@ -72,7 +72,7 @@ std::unique_ptr<V4l2CaptureSource> V4l2CaptureSource::open(const CameraDevice &d
     const int fd = ::open(QFile::encodeName(device.location).constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
         EventLog::write(QStringLiteral("camera: cannot open %1 (%2): %3")
-                          .arg(device.localizedName, device.location, systemError()));
+                            .arg(device.localizedName, device.location, systemError()));
         return nullptr;
     }
     std::unique_ptr<V4l2CaptureSource> source(new V4l2CaptureSource(device, fd));
@@ -97,7 +97,8 @@ V4l2CaptureSource::~V4l2CaptureSource()
 
 void V4l2CaptureSource::log(const QString &what) const
 {
-    EventLog::write(QStringLiteral("camera: %1 (%2): %3").arg(m_device.localizedName, m_device.location, what));
+    EventLog::write(
+        QStringLiteral("camera: %1 (%2): %3").arg(m_device.localizedName, m_device.location, what));
 }
 
 bool V4l2CaptureSource::configure(QString *error)

@@ -30,7 +30,8 @@ LinuxDisplayServices::LinuxDisplayServices(QDBusConnection sessionBus, QDBusConn
     if (qEnvironmentVariableIsSet("DISPLAY"))
         m_display = XOpenDisplay(nullptr);
     if (!m_display)
-        EventLog::write(QStringLiteral("displays: no X11 display, the lid and display sleep are not watched"));
+        EventLog::write(
+            QStringLiteral("displays: no X11 display, the lid and display sleep are not watched"));
 
     if (auto *app = qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
         connect(app, &QGuiApplication::screenAdded, this, [this](QScreen *screen) {
