@@ -177,6 +177,30 @@ TEST(LocalizationTablesTest, EveryTableMatchesEnglish)
     EXPECT_EQ(LocalizationTables::table(AppLanguage::tr).value(u"ov.unlock"_s), u"Kilidi Aç"_s);
 }
 
+TEST(LocalizationTablesTest, NoTextNamesAnotherPlatform)
+{
+    // "Mac" as a word, also inflected (Polish "Macu", "Macach"; Turkish "Mac’te") and
+    // written against CJK text, but not inside a longer word such as German "Macht".
+    static const QRegularExpression mac(
+        QStringLiteral(R"re((?<!\p{Latin})Mac(?:s|a|u|ach|ami|iem|ów)?(?!\p{Latin}))re"));
+    // That platform's fingerprint reader and its settings app, by the names the
+    // languages give them.
+    static const QRegularExpression names(
+        QStringLiteral("macOS|Touch ID|触控 ID|觸控 ID|System Settings|Systemeinstellungen|"
+                       "Réglages Système|Ajustes del Sistema|Ajustes do Sistema|"
+                       "Impostazioni di Sistema|Systeeminstellingen|Ustawieni\\w* systemow|"
+                       "Системные настройки|Sistem Ayarları|システム設定|시스템 설정|系统设置|系統設定"),
+        QRegularExpression::CaseInsensitiveOption);
+    for (const AppLanguage language : AppLanguages::allCases()) {
+        for (const TableEntry &entry : LocalizationTables::entries(language)) {
+            const QString text = QString::fromUtf8(entry.text);
+            const std::string where = AppLanguages::code(language).toStdString() + " " + entry.key;
+            EXPECT_FALSE(text.contains(mac)) << where << ": " << text.toStdString();
+            EXPECT_FALSE(text.contains(names)) << where << ": " << text.toStdString();
+        }
+    }
+}
+
 TEST(LocalizationTablesTest, EveryKeyTheSourcesAskForIsInEnglish)
 {
     // Every literal shaped like a key counts, whichever helper passes it on; file
