@@ -4,6 +4,9 @@
 #include "guard/PrivacyGuard.h"
 #include "localization/L10n.h"
 #include "platform/LinuxCameraAuthorization.h"
+#include "settings/AppSettings.h"
+#include "settings/SettingsWindow.h"
+#include "settings/SettingsWindowController.h"
 
 #include <QCoreApplication>
 
@@ -42,10 +45,11 @@ ShellServices ShellServices::live()
 {
     ShellServices services;
     services.startLocalization = [] { L10n::shared().bootstrap(); };
-    services.guard = []() -> shell::Guard & {
-        static PrivacyGuardShell guard(PrivacyGuard::shared());
-        return guard;
+    static const auto guard = []() -> shell::Guard & {
+        static PrivacyGuardShell shell(PrivacyGuard::shared());
+        return shell;
     };
+    services.guard = guard;
     services.cameraAuthorization = &LinuxCameraAuthorization::shared();
     services.cameraBlockedBySystem = [] {
         return !LinuxCameraAuthorization::isSandboxed() &&
@@ -60,7 +64,12 @@ ShellServices ShellServices::live()
     services.startCloudSync = [] {};
     services.subscribeCrashReporter = [] {};
     services.startTesterMode = [] {};
-    services.showSettings = [](std::optional<SettingsTab>) {};
+    services.showSettings = [](std::optional<SettingsTab> tab) {
+        SettingsWindowController &controller = SettingsWindowController::shared();
+        // The enrollment sheet does not exist yet, so the window offers no enroll button that works.
+        controller.setServices({&guard(), &AppSettings::shared(), {}});
+        controller.show(tab);
+    };
     services.quit = [] { QCoreApplication::quit(); };
     return services;
 }

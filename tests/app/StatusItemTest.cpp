@@ -1,6 +1,12 @@
 #include "ShellTestServices.h"
 #include "app/MenuBarIcon.h"
 #include "app/StatusItemController.h"
+#include "platform/UserDefaults.h"
+#include "settings/AppSettings.h"
+#include "settings/SettingsRouter.h"
+#include "settings/SettingsWindow.h"
+#include "settings/SettingsWindowController.h"
+#include "support/FakeLoginItem.h"
 #include "support/TestSupport.h"
 
 #include <QAbstractButton>
@@ -9,6 +15,7 @@
 #include <QDir>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPointer>
 #include <QProcess>
 #include <QScreen>
 #include <QSystemTrayIcon>
@@ -258,6 +265,51 @@ TEST_F(StatusItemTest, WithoutATraySaysSoOnceAndOffersTheSettings)
     ASSERT_TRUE(waitUntil([] { return !visibleBox(QStringLiteral("noTrayNotice")); }));
     status.checkTrayPresence();
     EXPECT_EQ(visibleBox(QStringLiteral("noTrayNotice")), nullptr);
+}
+
+// The shell's paths end in the real settings window, as the application wires it.
+TEST_F(StatusItemTest, MenuAndNoticePathsOpenTheSettingsWindowOnTheirTab)
+{
+    FakeLoginItem loginItem;
+    AppSettings settings(UserDefaults::standard(), loginItem);
+    SettingsRouter router;
+    SettingsWindowController windows({&rec.guard, &settings, {}}, &router);
+    rec.camera.current = CameraAuthorization::Status::denied;
+    StatusItemController &status = make();
+    services.showSettings = [&](std::optional<SettingsTab> tab) { windows.show(tab); };
+    const auto shownTab = [&]() -> std::optional<SettingsTab> {
+        if (!windows.window() || !waitUntil([&] { return windows.window()->isVisible(); }))
+            return std::nullopt;
+        return router.selectedTab();
+    };
+
+    rec.guard.set(false, false, false);
+    openMenu();
+    trigger(QStringLiteral("Set Up Permissions…"));
+    EXPECT_EQ(shownTab(), SettingsTab::permissions);
+    trigger(QStringLiteral("Enroll Your Face…"));
+    EXPECT_EQ(shownTab(), SettingsTab::general);
+    QPointer<QWidget> first = windows.window();
+
+    // Closing releases the window; "Settings…" builds a new one on the last tab.
+    router.setSelectedTab(SettingsTab::about);
+    first->close();
+    ASSERT_TRUE(waitUntil([&] { return first.isNull(); }));
+    trigger(QStringLiteral("Settings…"));
+    EXPECT_EQ(shownTab(), SettingsTab::about);
+    windows.window()->close();
+    ASSERT_TRUE(waitUntil([&] { return !windows.window(); }));
+
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        status.checkTrayPresence();
+        QMessageBox *notice = visibleBox(QStringLiteral("noTrayNotice"));
+        ASSERT_NE(notice, nullptr);
+        for (QAbstractButton *button : notice->buttons()) {
+            if (notice->buttonRole(button) == QMessageBox::AcceptRole)
+                button->click();
+        }
+        EXPECT_EQ(shownTab(), SettingsTab::about);
+    }
 }
 
 // With VEILORA_TRAY_SHOTS=<folder>, writes the documentation's pictures of the

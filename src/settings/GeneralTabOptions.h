@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+#include <utility>
+
+namespace veilora {
+
+// A dropdown entry: the value stored and the title shown.
+using Choice = std::pair<QString, QString>;
+
+// The six grace delays, 5 s to 1 min, titled in the interface language; the
+// value is the number of seconds as decimal text.
+QList<Choice> graceOptions();
+
+// graceOptions(), plus `seconds` in its place by size when it is none of the
+// six (a value that came from another computer), so the dropdown can show it.
+QList<Choice> graceOptionsShowing(int seconds);
+
+// "20 sec", "1 min", … in the interface language.
+QString graceTitle(int seconds);
+
+// A grace value's seconds; 10 for text that is not a decimal integer.
+int graceSecondsFromValue(const QString &value);
+
+// "System" (the empty code) and the fourteen languages in their own names.
+QList<Choice> languagePicker();
+
+} // namespace veilora

@@ -1,0 +1,62 @@
+#include "ToneLabel.h"
+
+#include <QApplication>
+#include <QEvent>
+
+namespace veilora {
+
+ToneLabel::ToneLabel(const QString &text, int pixelSize, QFont::Weight weight, Theme::Tone tone,
+                     QWidget *parent)
+    : QLabel(text, parent)
+    , m_tone(tone)
+{
+    setFont(Theme::font(pixelSize, weight));
+    setTextFormat(Qt::PlainText);
+    applyColor();
+}
+
+void ToneLabel::setTone(Theme::Tone tone)
+{
+    m_tone = tone;
+    applyColor();
+}
+
+void ToneLabel::setFixedColor(const std::optional<QColor> &colour)
+{
+    m_fixedColor = colour;
+    applyColor();
+}
+
+QSize ToneLabel::sizeHint() const
+{
+    // QLabel asks for its text on one line, up to two thirds of the screen wide,
+    // which would let one long footer push the window wider than it is.
+    QSize hint = QLabel::sizeHint();
+    if (wordWrap())
+        hint.setWidth(qMin(hint.width(), 240));
+    return hint;
+}
+
+void ToneLabel::changeEvent(QEvent *event)
+{
+    QLabel::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ParentChange)
+        applyColor();
+}
+
+void ToneLabel::applyColor()
+{
+    // The text colour comes from the surroundings, not from this label's own
+    // palette, which holds the derived colour already.
+    const QPalette base = parentWidget() ? parentWidget()->palette() : QApplication::palette();
+    const QColor colour = m_fixedColor.value_or(Theme::text(base, m_tone));
+    if (palette().color(QPalette::WindowText) == colour &&
+        palette().isBrushSet(QPalette::Active, QPalette::WindowText))
+        return;
+    QPalette own = palette();
+    own.setColor(QPalette::WindowText, colour);
+    own.setColor(QPalette::Text, colour);
+    setPalette(own);
+}
+
+} // namespace veilora
