@@ -21,11 +21,6 @@ QString text(const char *key)
     return L10n::shared().string(QString::fromLatin1(key));
 }
 
-std::vector<std::pair<QString, QString>> entries(const QList<Choice> &choices)
-{
-    return {choices.begin(), choices.end()};
-}
-
 // The pills of a row line up when their texts are short.
 constexpr int dropdownMinimumWidth = 112;
 constexpr int buttonHeight = 30;
@@ -120,7 +115,7 @@ VLDropdown<QString> GeneralTab::graceDropdownValue() const
     const int seconds = guard->graceSeconds();
     // A delay that is none of the choices (set on another computer) is shown as
     // an extra entry, so the pill tells the truth and nothing is rewritten.
-    return {entries(graceOptionsShowing(seconds)),
+    return {graceOptionsShowing(seconds),
             {[guard] { return QString::number(guard->graceSeconds()); },
              [guard](const QString &value) { guard->setGraceSeconds(graceSecondsFromValue(value)); }}};
 }
@@ -128,7 +123,7 @@ VLDropdown<QString> GeneralTab::graceDropdownValue() const
 VLDropdown<QString> GeneralTab::languageDropdownValue()
 {
     AppSettings *settings = m_services.settings;
-    return {entries(languagePicker()),
+    return {languagePicker(),
             {[settings] { return settings->languageCode().value_or(QString()); },
              [this](const QString &code) { chooseLanguage(code); }}};
 }

@@ -23,23 +23,23 @@ QString graceTitle(int seconds)
     return formatText(l10n.string(QStringLiteral("pg.graceFmtSec")), {seconds});
 }
 
-QList<Choice> graceOptions()
+Choices graceOptions()
 {
-    QList<Choice> options;
+    Choices options;
     for (const int seconds : graceChoices)
-        options.append({QString::number(seconds), graceTitle(seconds)});
+        options.emplace_back(QString::number(seconds), graceTitle(seconds));
     return options;
 }
 
-QList<Choice> graceOptionsShowing(int seconds)
+Choices graceOptionsShowing(int seconds)
 {
-    QList<Choice> options = graceOptions();
+    Choices options = graceOptions();
     if (std::find(graceChoices.begin(), graceChoices.end(), seconds) != graceChoices.end())
         return options;
-    const auto position = std::find_if(options.begin(), options.end(), [seconds](const Choice &option) {
+    const auto position = std::find_if(options.begin(), options.end(), [seconds](const auto &option) {
         return option.first.toInt() > seconds;
     });
-    options.insert(position, {QString::number(seconds), graceTitle(seconds)});
+    options.emplace(position, QString::number(seconds), graceTitle(seconds));
     return options;
 }
 
@@ -50,11 +50,11 @@ int graceSecondsFromValue(const QString &value)
     return ok ? seconds : fallbackGrace;
 }
 
-QList<Choice> languagePicker()
+Choices languagePicker()
 {
-    QList<Choice> options{{QString(), L10n::shared().string(QStringLiteral("common.systemDefault"))}};
+    Choices options{{QString(), L10n::shared().string(QStringLiteral("common.systemDefault"))}};
     for (const AppLanguage language : AppLanguages::allCases())
-        options.append({AppLanguages::code(language), AppLanguages::displayName(language)});
+        options.emplace_back(AppLanguages::code(language), AppLanguages::displayName(language));
     return options;
 }
 

@@ -1,22 +1,22 @@
 #pragma once
 
-#include <QList>
 #include <QString>
 
 #include <utility>
+#include <vector>
 
 namespace veilora {
 
-// A dropdown entry: the value stored and the title shown.
-using Choice = std::pair<QString, QString>;
+// Dropdown entries: the value stored and the title shown, in menu order.
+using Choices = std::vector<std::pair<QString, QString>>;
 
 // The six grace delays, 5 s to 1 min, titled in the interface language; the
 // value is the number of seconds as decimal text.
-QList<Choice> graceOptions();
+Choices graceOptions();
 
 // graceOptions(), plus `seconds` in its place by size when it is none of the
 // six (a value that came from another computer), so the dropdown can show it.
-QList<Choice> graceOptionsShowing(int seconds);
+Choices graceOptionsShowing(int seconds);
 
 // "20 sec", "1 min", … in the interface language.
 QString graceTitle(int seconds);
@@ -25,6 +25,6 @@ QString graceTitle(int seconds);
 int graceSecondsFromValue(const QString &value);
 
 // "System" (the empty code) and the fourteen languages in their own names.
-QList<Choice> languagePicker();
+Choices languagePicker();
 
 } // namespace veilora

@@ -85,7 +85,12 @@ void SettingsView::showTab(SettingsTab tab)
     m_tabView = makeTabView(tab);
     layout->addWidget(m_tabView);
     layout->addStretch(1);
-    // Replacing the scroll area's widget deletes the previous tab's view.
+    // The previous view may be in the middle of handling the event that led
+    // here, so it goes away once that is done.
+    if (QWidget *previous = m_scroller->takeWidget()) {
+        previous->hide();
+        previous->deleteLater();
+    }
     m_scroller->setContent(content);
     retranslate();
     Q_EMIT tabViewChanged(m_tabView);

@@ -84,10 +84,11 @@ void SidebarRow::paintEvent(QPaintEvent *)
         painter.fillPath(shape, Theme::primaryAt(palette(), 0.06));
     }
     if (m_focusRing) {
+        // Outside the fill with a hairline gap, so it shows around the accent fill too.
         QColor ring = Theme::accent();
-        ring.setAlphaF(0.5);
+        ring.setAlphaF(0.6);
         const QRectF outer = QRectF(rect()).adjusted(1, 1, -1, -1);
-        painter.strokePath(ContinuousCorners::path(outer, cornerRadius + 1), QPen(ring, 2));
+        painter.strokePath(ContinuousCorners::path(outer, cornerRadius + 2), QPen(ring, 2));
     }
 
     const bool rtl = layoutDirection() == Qt::RightToLeft;

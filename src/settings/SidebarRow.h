@@ -15,7 +15,7 @@ class SidebarRow : public QAbstractButton
     Q_OBJECT
 public:
     // Room around the row's fill for the keyboard focus ring.
-    static constexpr int ringMargin = 2;
+    static constexpr int ringMargin = 3;
 
     explicit SidebarRow(SettingsTab tab, QWidget *parent = nullptr);
 

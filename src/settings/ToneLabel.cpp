@@ -27,16 +27,6 @@ void ToneLabel::setFixedColor(const std::optional<QColor> &colour)
     applyColor();
 }
 
-QSize ToneLabel::sizeHint() const
-{
-    // QLabel asks for its text on one line, up to two thirds of the screen wide,
-    // which would let one long footer push the window wider than it is.
-    QSize hint = QLabel::sizeHint();
-    if (wordWrap())
-        hint.setWidth(qMin(hint.width(), 240));
-    return hint;
-}
-
 void ToneLabel::changeEvent(QEvent *event)
 {
     QLabel::changeEvent(event);

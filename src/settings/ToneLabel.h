@@ -24,9 +24,6 @@ public:
     // Overrides the tone, e.g. with Theme::warn(); none goes back to the tone.
     void setFixedColor(const std::optional<QColor> &colour);
 
-    // Word-wrapped labels: the preferred width is the pane's, not the longest line's.
-    QSize sizeHint() const override;
-
 protected:
     void changeEvent(QEvent *event) override;
 
