@@ -2,6 +2,8 @@
 
 #include "controls/Palettes.h"
 
+#include <QEvent>
+
 namespace veilora::PillTheme {
 
 namespace {
@@ -11,6 +13,13 @@ QColor tint(const QPalette &palette, qreal darkAlpha, qreal lightAlpha)
     const bool dark = isDark(palette);
     QColor colour = dark ? QColor(Qt::white) : QColor(Qt::black);
     colour.setAlphaF(float(dark ? darkAlpha : lightAlpha));
+    return colour;
+}
+
+QColor text(const QPalette &palette, qreal opacity)
+{
+    QColor colour = palette.color(QPalette::WindowText);
+    colour.setAlphaF(float(colour.alphaF() * opacity));
     return colour;
 }
 
@@ -39,6 +48,33 @@ QColor segOverlay(const QPalette &palette)
 QColor accent()
 {
     return QColor(10, 132, 255);
+}
+
+QColor label(const QPalette &palette)
+{
+    return text(palette, 1.0);
+}
+
+QColor secondaryLabel(const QPalette &palette)
+{
+    return text(palette, 0.55);
+}
+
+QColor tertiaryLabel(const QPalette &palette)
+{
+    return text(palette, 0.38);
+}
+
+bool isAppearanceChange(const QEvent *event)
+{
+    switch (event->type()) {
+    case QEvent::PaletteChange:
+    case QEvent::ApplicationPaletteChange:
+    case QEvent::StyleChange:
+        return true;
+    default:
+        return false;
+    }
 }
 
 } // namespace veilora::PillTheme

@@ -3,6 +3,7 @@
 #include "controls/Pictograms.h"
 #include "controls/ShieldShape.h"
 
+#include <QIconEngine>
 #include <QPainter>
 #include <QPainterPath>
 #include <QtMath>
@@ -51,7 +52,8 @@ QPainterPath gear(const Grid &g)
     QPainterPath body;
     const QPointF c = g.at(12, 12);
     constexpr int teeth = 8;
-    const qreal outer = 10.5 * g.u, inner = 8.0 * g.u;
+    // Drawn 0.8 units small, then grown by a round-joined stroke: rounded teeth.
+    const qreal outer = 9.7 * g.u, inner = 7.3 * g.u;
     for (int i = 0; i < teeth * 4; ++i) {
         // Each tooth: rise, top, fall, root — a quarter of its period each.
         const qreal angle = (i - 0.5) * 2 * M_PI / (teeth * 4);
@@ -60,7 +62,8 @@ QPainterPath gear(const Grid &g)
         i == 0 ? body.moveTo(p) : body.lineTo(p);
     }
     body.closeSubpath();
-    return body.subtracted(circle(g, 12, 12, 3.6));
+    body = body.united(stroked(body, 1.6 * g.u));
+    return body.subtracted(circle(g, 12, 12, 3.4));
 }
 
 QPainterPath lockShield(const Grid &g)
@@ -122,6 +125,20 @@ QPainterPath camera(const Grid &g)
     return body.united(stroked(lens, 1.2 * g.u)).united(lens);
 }
 
+QPainterPath personCheckmark(const Grid &g, qreal stroke)
+{
+    QPainterPath figure = circle(g, 8.5, 7, 4.2);
+    QPainterPath body;
+    body.addRoundedRect(g.rect(1, 13, 15, 9.5), 4.5 * g.u, 4.5 * g.u);
+    figure = figure.united(body);
+    QPainterPath tick;
+    tick.moveTo(g.at(13.5, 15.5));
+    tick.lineTo(g.at(16.5, 18.5));
+    tick.lineTo(g.at(22.5, 11));
+    // The tick stands apart from the figure by a gap as wide as itself.
+    return figure.subtracted(stroked(tick, 3 * stroke * g.u)).united(stroked(tick, stroke * g.u));
+}
+
 using Builder = std::function<void(QPainter &, const Grid &, qreal stroke)>;
 
 void fill(QPainter &painter, const QPainterPath &path)
@@ -153,13 +170,15 @@ const std::map<QString, Builder> &builders()
         {QStringLiteral("exclamationmark.triangle.fill"),
          [](QPainter &p, const Grid &g, qreal) { fill(p, warningTriangle(g)); }},
         {QStringLiteral("camera.fill"), [](QPainter &p, const Grid &g, qreal) { fill(p, camera(g)); }},
+        {QStringLiteral("person.fill.checkmark"),
+         [](QPainter &p, const Grid &g, qreal s) { fill(p, personCheckmark(g, s * 1.1)); }},
         {QStringLiteral("chevron.down"),
          [](QPainter &p, const Grid &g, qreal s) {
-             line(p, g, s * 1.3, {{4, 8.5}, {12, 16.5}, {20, 8.5}});
+             line(p, g, s * 1.5, {{4, 8.5}, {12, 16.5}, {20, 8.5}});
          }},
         {QStringLiteral("chevron.right"),
          [](QPainter &p, const Grid &g, qreal s) {
-             line(p, g, s * 1.3, {{8.5, 4}, {16.5, 12}, {8.5, 20}});
+             line(p, g, s * 1.5, {{8.5, 4}, {16.5, 12}, {8.5, 20}});
          }},
         {QStringLiteral("checkmark"),
          [](QPainter &p, const Grid &g, qreal s) {
@@ -195,18 +214,82 @@ void draw(QPainter &painter, const QString &name, const QRectF &box, const QColo
     painter.restore();
 }
 
+namespace {
+
+// The square a symbol of `pointSize` takes: its em box with room for the
+// glyphs that reach a little beyond it.
+int sideFor(qreal pointSize)
+{
+    return qCeil(pointSize * 1.15);
+}
+
+QPixmap render(const QString &name, QSize size, QFont::Weight weight, const QColor &tint, qreal ratio)
+{
+    QPixmap pixmap(QSize(qRound(size.width() * ratio), qRound(size.height() * ratio)));
+    pixmap.setDevicePixelRatio(ratio);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    draw(painter, name, QRectF(QPointF(), QSizeF(size)), tint, weight);
+    return pixmap;
+}
+
+class SymbolIconEngine : public QIconEngine
+{
+public:
+    SymbolIconEngine(const QString &name, int side, QFont::Weight weight)
+        : m_name(name)
+        , m_side(side)
+        , m_weight(weight)
+    {}
+
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode, QIcon::State) override
+    {
+        draw(*painter, m_name, rect, Qt::black, m_weight);
+    }
+
+    QPixmap pixmap(const QSize &size, QIcon::Mode, QIcon::State) override
+    {
+        return render(m_name, size, m_weight, Qt::black, 1.0);
+    }
+
+    // Qt asks in device pixels and sets the pixel ratio on what it gets back.
+    QPixmap scaledPixmap(const QSize &size, QIcon::Mode, QIcon::State, qreal) override
+    {
+        return render(m_name, size, m_weight, Qt::black, 1.0);
+    }
+
+    QSize actualSize(const QSize &size, QIcon::Mode, QIcon::State) override
+    {
+        return size.boundedTo(QSize(m_side, m_side));
+    }
+
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override { return {QSize(m_side, m_side)}; }
+    QString iconName() override { return m_name; }
+    QString key() const override { return QStringLiteral("veilora.symbol"); }
+    QIconEngine *clone() const override { return new SymbolIconEngine(m_name, m_side, m_weight); }
+
+private:
+    const QString m_name;
+    const int m_side;
+    const QFont::Weight m_weight;
+};
+
+} // namespace
+
 QPixmap image(const QString &name, qreal pointSize, QFont::Weight weight, const QColor &tint,
               qreal devicePixelRatio)
 {
     if (!exists(name))
         return {};
-    const int side = qCeil(pointSize * 1.15);
-    QPixmap pixmap(QSize(side, side) * devicePixelRatio);
-    pixmap.setDevicePixelRatio(devicePixelRatio);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    draw(painter, name, QRectF(0, 0, side, side), tint, weight);
-    return pixmap;
+    const int side = sideFor(pointSize);
+    return render(name, QSize(side, side), weight, tint, devicePixelRatio);
+}
+
+QIcon icon(const QString &name, qreal pointSize, QFont::Weight weight)
+{
+    if (!exists(name))
+        return {};
+    return QIcon(new SymbolIconEngine(name, sideFor(pointSize), weight));
 }
 
 } // namespace veilora::Symbols

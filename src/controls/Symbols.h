@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QIcon>
 #include <QPixmap>
 #include <QString>
 
@@ -28,6 +29,11 @@ void draw(QPainter &painter, const QString &name, const QRectF &box, const QColo
 // pixmap for `devicePixelRatio`; a null pixmap for an unknown name.
 QPixmap image(const QString &name, qreal pointSize, QFont::Weight weight, const QColor &tint,
               qreal devicePixelRatio);
+
+// The symbol as a template icon (drawn in black, to be tinted) that renders
+// afresh for every size and pixel ratio asked of it; its one available size is
+// that of image(). A null icon for an unknown name.
+QIcon icon(const QString &name, qreal pointSize, QFont::Weight weight);
 
 } // namespace Symbols
 

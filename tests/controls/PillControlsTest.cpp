@@ -1,38 +1,23 @@
-// The pill controls as a person meets them: painted pixels, real clicks and keys.
+// The pill controls as a person meets them: painted pixels, clicks and keys
+// through the window, and what assistive technology reads.
 #include "controls/PillControls.h"
 
-#include "controls/Palettes.h"
-#include "controls/PillTheme.h"
+#include "ControlsTestSupport.h"
 #include "controls/Symbols.h"
-#include "support/TestSupport.h"
 
-#include <QApplication>
+#include <QAccessible>
+#include <QHBoxLayout>
+#include <QLineEdit>
 #include <QSignalSpy>
-#include <QTest>
-
-#include <gtest/gtest.h>
 
 using namespace veilora;
 using namespace veilora::test;
 
 namespace {
 
-QList<QImage> icons(int count)
+QList<QIcon> icons(int count)
 {
-    QList<QImage> images;
-    for (int i = 0; i < count; ++i)
-        images.append(
-            Symbols::image(QStringLiteral("checkmark"), 12, QFont::DemiBold, Qt::black, 1).toImage());
-    return images;
-}
-
-// The control painted alone on white, at 1×.
-QImage painted(QWidget &widget)
-{
-    QImage image(widget.size(), QImage::Format_ARGB32);
-    image.fill(Qt::white);
-    widget.render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
-    return image;
+    return QList<QIcon>(count, Symbols::icon(QStringLiteral("checkmark"), 12, QFont::DemiBold));
 }
 
 bool isWhite(const QImage &image, int x, int y)
@@ -40,92 +25,126 @@ bool isWhite(const QImage &image, int x, int y)
     return image.pixelColor(x, y) == QColor(Qt::white);
 }
 
-class PillControlsTest : public ::testing::Test
+using SegmentedControlTest = ControlsTest;
+
+TEST_F(SegmentedControlTest, WithoutImagesIsOneSegmentFilledInsideItsCapsule)
 {
-protected:
-    void SetUp() override { QApplication::setPalette(Palettes::light()); }
-};
-
-TEST_F(PillControlsTest, SegmentedControlClampsAndDrawsDividersOnlyBetweenUnselectedSegments)
-{
-    CapsuleSegmentedControl empty({}, {}, 60, 24, std::nullopt);
-    EXPECT_EQ(empty.segmentCount(), 1);
-    EXPECT_TRUE(empty.iconViews().isEmpty());
-    const QImage alone = painted(empty);
-    EXPECT_FALSE(isWhite(alone, 30, 12)) << "one segment, filled as selected";
-    EXPECT_TRUE(isWhite(alone, 0, 0)) << "a capsule: the corner stays outside";
-
-    CapsuleSegmentedControl three(icons(3), {QStringLiteral("a"), QStringLiteral("b")}, 90, 24, 6.0);
-    three.setSelectedIndex(7);
-    EXPECT_EQ(three.selectedIndex(), 2);
-    three.setSelectedIndex(-1);
-    EXPECT_EQ(three.selectedIndex(), 0);
-    EXPECT_EQ(three.iconViews()[1]->toolTip(), QStringLiteral("b"));
-    EXPECT_TRUE(three.iconViews()[2]->toolTip().isEmpty());
-
-    // Segment width 30: boundaries at x = 30 (between 0 and 1) and 60 (between 1 and 2).
-    const auto dividerAt = [&](int x) { return !isWhite(painted(three), x, 12); };
-    EXPECT_FALSE(dividerAt(60 + 5)) << "inside an unselected segment nothing is drawn";
-    EXPECT_TRUE(dividerAt(60)) << "with 0 selected, only the boundary between 1 and 2";
-    three.setSelectedIndex(1);
-    EXPECT_FALSE(dividerAt(60));
-    EXPECT_FALSE(dividerAt(5)) << "segment 0 is no longer filled";
-}
-
-TEST_F(PillControlsTest, SegmentedControlPicksByClickAndArrowKeysOnlyWhenSomethingChanges)
-{
-    CapsuleSegmentedControl control(icons(3), {}, 90, 24, std::nullopt);
-    control.show();
-    QList<int> picks;
-    control.onSelect = [&](int index) { picks << index; };
-    QTest::mouseClick(&control, Qt::LeftButton, {}, QPoint(75, 12));
-    QTest::mouseClick(&control, Qt::LeftButton, {}, QPoint(80, 12)); // the same segment again
-    QTest::keyClick(&control, Qt::Key_Left);
-    QTest::keyClick(&control, Qt::Key_Left);
-    QTest::keyClick(&control, Qt::Key_Left); // already at the first
-    EXPECT_EQ(picks, (QList<int>{2, 1, 0}));
-
-    control.setEnabled(false);
-    QTest::mouseClick(&control, Qt::LeftButton, {}, QPoint(75, 12));
+    CapsuleSegmentedControl control({}, {}, 60, 24, std::nullopt);
+    EXPECT_EQ(control.segmentCount(), 1);
+    EXPECT_TRUE(control.iconViews().isEmpty());
+    control.setSelectedIndex(3);
     EXPECT_EQ(control.selectedIndex(), 0);
-    EXPECT_EQ(control.segmentAt(0.0), 0);
-    CapsuleSegmentedControl flat(icons(2), {}, 0, 24, std::nullopt);
-    EXPECT_EQ(flat.segmentAt(0.0), std::nullopt) << "no width, no segment to pick";
+
+    const QImage image = painted(control);
+    EXPECT_TRUE(isWhite(image, 0, 0)) << "the corner lies outside the capsule";
+    // Across the middle the fill is even: no divider anywhere.
+    const QColor fill = image.pixelColor(30, 12);
+    EXPECT_NE(fill, QColor(Qt::white));
+    for (int x = 12; x < 48; ++x)
+        EXPECT_EQ(image.pixelColor(x, 12), fill) << "x = " << x;
 }
 
-TEST_F(PillControlsTest, PullDownPillAnswersForItsWholeRectangleUnlessInvisible)
+TEST_F(SegmentedControlTest, ClampsTheSelectionAndDrawsDividersOnlyBetweenTwoUnselectedSegments)
 {
-    QWidget window;
-    auto *pill = new PulldownPill(QStringLiteral("10 sec"), &window);
-    pill->setGeometry(10, 10, 120, 26);
-    window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    QSignalSpy clicks(pill, &QAbstractButton::clicked);
-    QTest::mouseClick(pill->label, Qt::LeftButton, {}, pill->label->rect().center());
-    QTest::mouseClick(pill, Qt::LeftButton, {}, pill->chevron->geometry().center());
-    EXPECT_EQ(clicks.count(), 2);
-    EXPECT_EQ(window.childAt(pill->label->geometry().center() + pill->pos()), pill);
+    // 87 / 3 = 29 wide segments, 23 high: the boundaries fall on x = 28.5 and
+    // 57.5 and the dividers start at y = 4.5, so each rounds half away from zero.
+    CapsuleSegmentedControl control(icons(3), {}, 87, 23, std::nullopt);
+    const auto dividerAt = [&](int x) {
+        const QImage image = painted(control);
+        const int top = 5, bottom = 5 + 14 - 1;
+        return !isWhite(image, x, top) && !isWhite(image, x, bottom) && isWhite(image, x, top - 1) &&
+               isWhite(image, x, bottom + 1) && isWhite(image, x + 1, 4);
+    };
 
-    pill->setFocus();
-    QTest::keyClick(pill, Qt::Key_Space);
-    EXPECT_EQ(clicks.count(), 3) << "the keyboard opens it too";
+    EXPECT_FALSE(dividerAt(29)) << "0 selected: nothing beside the selection";
+    EXPECT_TRUE(dividerAt(58)) << "0 selected: between 1 and 2";
+
+    control.setSelectedIndex(7);
+    EXPECT_EQ(control.selectedIndex(), 2);
+    EXPECT_TRUE(dividerAt(29));
+    EXPECT_FALSE(dividerAt(58));
+    EXPECT_FALSE(isWhite(painted(control), 72, 3)) << "segment 2 is filled";
+
+    control.setSelectedIndex(1);
+    EXPECT_FALSE(dividerAt(29));
+    EXPECT_FALSE(dividerAt(58));
+
+    control.setSelectedIndex(-1);
+    EXPECT_EQ(control.selectedIndex(), 0);
+}
+
+TEST_F(SegmentedControlTest, DrawsACapsuleWithoutACornerRadiusOrWithOneBeyondHalfTheHeight)
+{
+    CapsuleSegmentedControl absent(icons(2), {}, 80, 24, std::nullopt);
+    CapsuleSegmentedControl tooLarge(icons(2), {}, 80, 24, 40.0);
+    CapsuleSegmentedControl half(icons(2), {}, 80, 24, 12.0);
+    CapsuleSegmentedControl small(icons(2), {}, 80, 24, 6.0);
+    EXPECT_EQ(painted(absent), painted(half));
+    EXPECT_EQ(painted(tooLarge), painted(half));
+    EXPECT_NE(painted(small), painted(half));
+}
+
+TEST_F(SegmentedControlTest, AClickPicksTheSegmentUnderItUnlessNothingWouldChange)
+{
+    auto *control = new CapsuleSegmentedControl(icons(3), {}, 90, 24, std::nullopt, &window);
+    control->move(20, 20);
+    QList<int> picks;
+    control->onSelect = [&](int index) { picks << index; };
+    showWindow();
+
+    click(control, {75, 12});
+    click(control, {85, 20});                                     // the selected segment again
+    click(control, control->iconViews()[0]->geometry().center()); // right on an icon
+    EXPECT_EQ(picks, (QList<int>{2, 0}));
+    EXPECT_EQ(control->selectedIndex(), 0);
+
+    control->setEnabled(false);
+    click(control, {45, 12});
+    EXPECT_EQ(control->selectedIndex(), 0);
+
+    control->setEnabled(true);
+    control->setFixedWidth(0);
+    QTest::mouseClick(control, Qt::LeftButton, {}, QPoint(0, 12));
+    EXPECT_EQ(control->selectedIndex(), 0) << "no width, no segment to pick";
+    EXPECT_EQ(picks.size(), 2);
+}
+
+using PulldownPillTest = ControlsTest;
+
+TEST_F(PulldownPillTest, TakesClicksOnItsLabelAndChevronButNoneWhenAlmostTransparent)
+{
+    auto *pill = new PulldownPill(QStringLiteral("10 sec"), &window);
+    pill->setGeometry(20, 20, 120, 26);
+    QSignalSpy clicks(pill, &QAbstractButton::clicked);
+    showWindow();
+
+    click(pill->label);
+    click(pill->chevron);
+    EXPECT_EQ(clicks.count(), 2);
 
     pill->setAlpha(0.005);
-    QTest::mouseClick(pill, Qt::LeftButton, {}, QPoint(60, 13));
+    click(pill->label);
+    EXPECT_EQ(clicks.count(), 2);
+    pill->setAlpha(0.5);
+    click(pill->label);
     EXPECT_EQ(clicks.count(), 3);
 }
 
-TEST_F(PillControlsTest, ButtonKeepsItsLayoutWhenTheTitleIsUnchanged)
+using PillButtonTest = ControlsTest;
+
+TEST_F(PillButtonTest, SettingTheSameTitleLeavesTheLayoutAlone)
 {
-    QWidget window;
-    auto *button = new PillButton(QStringLiteral("Delete"), false, &window);
-    window.show();
+    auto *row = new QHBoxLayout(&window);
+    auto *button = new PillButton(QStringLiteral("Delete"), false);
+    row->addWidget(button);
+    row->addStretch();
+    showWindow();
     int layoutRequests = 0;
     struct Counter : QObject
     {
         int &count;
-        explicit Counter(int &c)
-            : count(c)
+        explicit Counter(int &counted)
+            : count(counted)
         {}
         bool eventFilter(QObject *, QEvent *event) override
         {
@@ -134,57 +153,150 @@ TEST_F(PillControlsTest, ButtonKeepsItsLayoutWhenTheTitleIsUnchanged)
         }
     } counter(layoutRequests);
     window.installEventFilter(&counter);
-    processEventsFor(std::chrono::milliseconds(50));
-    layoutRequests = 0;
+    const QRect before = button->geometry();
 
     button->setButtonTitle(QStringLiteral("Delete"));
-    processEventsFor(std::chrono::milliseconds(50));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     EXPECT_EQ(layoutRequests, 0);
-    const int narrow = button->sizeHint().width();
-    button->setButtonTitle(QStringLiteral("Re-enroll…"));
-    processEventsFor(std::chrono::milliseconds(50));
+    EXPECT_EQ(button->geometry(), before);
+
+    button->setButtonTitle(QStringLiteral("Delete Face…"));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     EXPECT_GT(layoutRequests, 0);
-    EXPECT_GT(button->sizeHint().width(), narrow);
+    EXPECT_GT(button->width(), before.width()) << "a longer title widens the button";
+    EXPECT_EQ(button->text(), QStringLiteral("Delete Face…"));
 }
 
-TEST_F(PillControlsTest, SwitchingToDarkRecoloursEveryControlWithoutRemakingIt)
+// All three controls in a row, for what they share.
+class PillControlsTest : public ControlsTest
 {
-    QWidget window;
-    auto *pill = new PulldownPill(QStringLiteral("English"), &window);
-    auto *button = new PillButton(QStringLiteral("Delete"), false, &window);
-    auto *segments = new CapsuleSegmentedControl(icons(2), {}, 60, 24, std::nullopt, &window);
-    pill->setGeometry(0, 0, 100, 26);
-    button->setGeometry(0, 30, 100, 26);
-    segments->move(0, 60);
-    window.resize(120, 90);
-    const auto shot = [&] { return window.grab().toImage(); };
-    const QImage light = shot();
+protected:
+    void makeControls(QWidget *parent)
+    {
+        pill = new PulldownPill(QStringLiteral("English"), parent);
+        button = new PillButton(QStringLiteral("Delete"), false, parent);
+        segmented = new CapsuleSegmentedControl(icons(3), {QStringLiteral("Camera"), QStringLiteral("Face")},
+                                                90, 24, std::nullopt, parent);
+        pill->setGeometry(10, 10, 100, 26);
+        button->setGeometry(120, 10, 80, 26);
+        segmented->move(210, 10);
+    }
+
+    PulldownPill *pill = nullptr;
+    PillButton *button = nullptr;
+    CapsuleSegmentedControl *segmented = nullptr;
+};
+
+TEST_F(PillControlsTest, SwitchingToDarkRecoloursTheControlsAsIfTheyWereMadeDark)
+{
+    window.resize(310, 46);
+    makeControls(&window);
+    showWindow();
+    QApplication::focusWidget()->clearFocus(); // as in the fresh controls: no focus ring
+    const QImage light = window.grab().toImage();
+
     QApplication::setPalette(Palettes::dark());
-    processEventsFor(std::chrono::milliseconds(50));
-    const QImage dark = shot();
-    for (const QPoint &inside : {QPoint(5, 13), QPoint(5, 43), QPoint(40, 72)})
-        EXPECT_NE(light.pixelColor(inside), dark.pixelColor(inside)) << inside.x() << "," << inside.y();
-    EXPECT_EQ(PillTheme::segOverlay(pill->palette()).alphaF(),
-              PillTheme::segOverlay(Palettes::dark()).alphaF());
-    EXPECT_EQ(pill->label->palette().color(QPalette::WindowText),
-              Palettes::dark().color(QPalette::WindowText));
+    QCoreApplication::processEvents();
+    const QImage switched = window.grab().toImage();
+
+    QWidget fresh;
+    fresh.setAutoFillBackground(true);
+    fresh.resize(window.size());
+    makeControls(&fresh);
+    EXPECT_EQ(switched, fresh.grab().toImage());
+    for (const QPoint &inside : {QPoint(14, 23), QPoint(124, 23), QPoint(230, 23)}) // pill, button, segment
+        EXPECT_NE(light.pixelColor(inside), switched.pixelColor(inside)) << inside.x();
 }
 
-TEST(SymbolsTest, DrawsKnownSymbolsCrisplyAtBothScalesAndNothingForUnknownOnes)
+TEST_F(PillControlsTest, TabReachesEachControlWithARingAndKeysWorkThem)
 {
-    for (const char *name : {"gearshape.fill", "lock.shield.fill", "person.crop.circle.fill",
-                             "info.circle.fill", "chevron.down", "checkmark"}) {
-        const QImage one = Symbols::image(QLatin1String(name), 13, QFont::DemiBold, Qt::black, 1).toImage();
-        const QImage two = Symbols::image(QLatin1String(name), 13, QFont::DemiBold, Qt::black, 2).toImage();
-        ASSERT_FALSE(one.isNull()) << name;
+    auto *field = new QLineEdit(&window); // where the focus starts
+    field->setGeometry(10, 50, 100, 26);
+    makeControls(&window);
+    QSignalSpy pillClicks(pill, &QAbstractButton::clicked);
+    QSignalSpy buttonClicks(button, &QAbstractButton::clicked);
+    QList<int> picks;
+    segmented->onSelect = [&](int index) { picks << index; };
+    showWindow();
+    ASSERT_EQ(QApplication::focusWidget(), field);
+    const QImage unfocused = pill->grab().toImage();
+
+    key(Qt::Key_Tab);
+    ASSERT_EQ(QApplication::focusWidget(), pill);
+    EXPECT_NE(pill->grab().toImage().pixelColor(1, 13), unfocused.pixelColor(1, 13)) << "a focus ring";
+    key(Qt::Key_Space);
+    key(Qt::Key_Return);
+    EXPECT_EQ(pillClicks.count(), 2);
+
+    key(Qt::Key_Tab);
+    ASSERT_EQ(QApplication::focusWidget(), button);
+    key(Qt::Key_Enter);
+    key(Qt::Key_Space);
+    EXPECT_EQ(buttonClicks.count(), 2);
+
+    key(Qt::Key_Tab);
+    ASSERT_EQ(QApplication::focusWidget(), segmented);
+    for (const Qt::Key arrow : {Qt::Key_Right, Qt::Key_Right, Qt::Key_Right, Qt::Key_Left})
+        key(arrow);
+    EXPECT_EQ(picks, (QList<int>{1, 2, 1}));
+}
+
+TEST_F(PillControlsTest, AssistiveTechnologyReadsTheChoiceTheTitleAndTheSegments)
+{
+    makeControls(&window);
+    QList<int> picks;
+    segmented->onSelect = [&](int index) { picks << index; };
+    showWindow();
+
+    QAccessibleInterface *pillInfo = QAccessible::queryAccessibleInterface(pill);
+    EXPECT_EQ(pillInfo->text(QAccessible::Name), QStringLiteral("English"));
+    pill->label->setText(QStringLiteral("Deutsch"));
+    EXPECT_EQ(pillInfo->text(QAccessible::Name), QStringLiteral("Deutsch"));
+    EXPECT_TRUE(pillInfo->state().hasPopup);
+
+    QAccessibleInterface *buttonInfo = QAccessible::queryAccessibleInterface(button);
+    button->setButtonTitle(QStringLiteral("Re-enroll…"));
+    EXPECT_EQ(buttonInfo->text(QAccessible::Name), QStringLiteral("Re-enroll…"));
+    EXPECT_EQ(buttonInfo->role(), QAccessible::Button);
+
+    QAccessibleInterface *segments = QAccessible::queryAccessibleInterface(segmented);
+    ASSERT_EQ(segments->childCount(), 3);
+    EXPECT_EQ(segments->child(1)->text(QAccessible::Name), QStringLiteral("Face"));
+    EXPECT_TRUE(segments->child(0)->state().selected);
+    EXPECT_EQ(segments->indexOfChild(segments->child(2)), 2);
+    segments->child(2)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(picks, QList<int>{2});
+    EXPECT_TRUE(segments->child(2)->state().selected);
+}
+
+TEST(SymbolsTest, DrawsEachKnownSymbolAtFullResolutionInItsTintAndNothingForUnknownOnes)
+{
+    const QColor tint(10, 132, 255);
+    for (const char *name :
+         {"gearshape.fill", "lock.shield.fill", "person.crop.circle.fill", "info.circle.fill", "chevron.down",
+          "chevron.right", "checkmark", "camera.fill", "exclamationmark.triangle.fill", "eye.slash.fill",
+          "touchid", "person.fill.checkmark"}) {
+        const QString symbol = QLatin1String(name);
+        ASSERT_TRUE(Symbols::exists(symbol)) << name;
+        const QImage one = Symbols::image(symbol, 13, QFont::DemiBold, tint, 1).toImage();
+        const QImage two = Symbols::icon(symbol, 13, QFont::DemiBold).pixmap(one.size(), 2).toImage();
         EXPECT_EQ(two.size(), one.size() * 2) << name;
         int solid = 0;
-        for (int y = 0; y < two.height(); ++y)
-            for (int x = 0; x < two.width(); ++x)
-                solid += qAlpha(two.pixel(x, y)) == 255;
-        EXPECT_GT(solid, two.width()) << name << ": drawn at full resolution, not scaled up";
+        for (int y = 0; y < one.height(); ++y) {
+            for (int x = 0; x < one.width(); ++x) {
+                const QColor pixel = one.pixelColor(x, y);
+                solid += pixel.alpha() == 255;
+                if (pixel.alpha() == 255) {
+                    EXPECT_EQ(pixel.rgb(), tint.rgb()) << name;
+                }
+            }
+        }
+        EXPECT_GT(solid, 0) << name;
     }
-    EXPECT_TRUE(Symbols::image(QStringLiteral("no.such.symbol"), 13, QFont::Normal, Qt::black, 1).isNull());
+    const QString unknown = QStringLiteral("no.such.symbol");
+    EXPECT_FALSE(Symbols::exists(unknown));
+    EXPECT_TRUE(Symbols::image(unknown, 13, QFont::Normal, Qt::black, 1).isNull());
+    EXPECT_TRUE(Symbols::icon(unknown, 13, QFont::Normal).isNull());
 }
 
 } // namespace
