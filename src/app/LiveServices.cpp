@@ -5,7 +5,6 @@
 #include "localization/L10n.h"
 #include "platform/LinuxCameraAuthorization.h"
 #include "settings/AppSettings.h"
-#include "settings/SettingsWindow.h"
 #include "settings/SettingsWindowController.h"
 
 #include <QCoreApplication>

@@ -1,5 +1,7 @@
 #include "Palettes.h"
 
+#include "controls/PillTheme.h"
+
 namespace veilora::Palettes {
 
 namespace {
@@ -11,7 +13,7 @@ struct Colours
 
 QPalette make(const Colours &c)
 {
-    const QColor accent(10, 132, 255);
+    const QColor accent = PillTheme::accent();
     QPalette palette;
     for (QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
         const QColor text = group == QPalette::Disabled ? c.disabledText : c.text;

@@ -10,7 +10,7 @@ namespace {
 
 QColor tint(const QPalette &palette, qreal darkAlpha, qreal lightAlpha)
 {
-    const bool dark = isDark(palette);
+    const bool dark = Palettes::isDark(palette);
     QColor colour = dark ? QColor(Qt::white) : QColor(Qt::black);
     colour.setAlphaF(float(dark ? darkAlpha : lightAlpha));
     return colour;
@@ -24,11 +24,6 @@ QColor text(const QPalette &palette, qreal opacity)
 }
 
 } // namespace
-
-bool isDark(const QPalette &palette)
-{
-    return Palettes::isDark(palette);
-}
 
 QColor field(const QPalette &palette)
 {

@@ -13,9 +13,6 @@ namespace veilora {
 // whenever an appearance change reaches them (isAppearanceChange).
 namespace PillTheme {
 
-// Whether the palette reads as dark: its window colour does.
-bool isDark(const QPalette &palette);
-
 // The pill's background.
 QColor field(const QPalette &palette);
 // The pill's outline.
@@ -23,7 +20,8 @@ QColor fieldBorder(const QPalette &palette);
 // The segmented control's outline, selection and dividers.
 QColor segOverlay(const QPalette &palette);
 
-// The application's accent: filled buttons and focus rings.
+// The application's accent: filled buttons, focus rings, the selected sidebar
+// row and links. The one definition of it.
 QColor accent();
 
 // Text tones, from the palette's text colour in its current colour group (so a

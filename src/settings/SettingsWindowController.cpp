@@ -23,6 +23,11 @@ SettingsWindowController &SettingsWindowController::shared()
     return *controller;
 }
 
+SettingsWindow *SettingsWindowController::window() const
+{
+    return m_window;
+}
+
 void SettingsWindowController::setServices(SettingsServices services)
 {
     m_services = std::move(services);

@@ -34,7 +34,7 @@ public:
     void show(std::optional<SettingsTab> tab = std::nullopt);
 
     // The open window, or null.
-    SettingsWindow *window() const { return m_window; }
+    SettingsWindow *window() const;
 
 private:
     SettingsServices m_services;

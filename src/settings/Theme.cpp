@@ -1,6 +1,7 @@
 #include "Theme.h"
 
 #include "controls/Palettes.h"
+#include "controls/PillTheme.h"
 
 #include <QApplication>
 
@@ -8,19 +9,13 @@ namespace veilora::Theme {
 
 QColor accent()
 {
-    static const QColor colour = QColor::fromRgb(10, 132, 255);
-    return colour;
+    return PillTheme::accent();
 }
 
 QColor warn()
 {
     static const QColor colour = QColor::fromRgb(255, 149, 0);
     return colour;
-}
-
-bool isDark(const QPalette &palette)
-{
-    return Palettes::isDark(palette);
 }
 
 QColor primaryAt(const QPalette &palette, qreal opacity)
@@ -36,11 +31,11 @@ QColor text(const QPalette &palette, Tone tone)
     // and subtitles still need a readable contrast on either background.
     switch (tone) {
     case Tone::primary:
-        return primaryAt(palette, isDark(palette) ? 0.9 : 0.88);
+        return primaryAt(palette, Palettes::isDark(palette) ? 0.9 : 0.88);
     case Tone::secondary:
-        return primaryAt(palette, isDark(palette) ? 0.66 : 0.62);
+        return primaryAt(palette, Palettes::isDark(palette) ? 0.66 : 0.62);
     case Tone::tertiary:
-        return primaryAt(palette, isDark(palette) ? 0.52 : 0.5);
+        return primaryAt(palette, Palettes::isDark(palette) ? 0.52 : 0.5);
     }
     return primaryAt(palette, 1);
 }
@@ -62,7 +57,7 @@ QColor divider(const QPalette &palette)
 
 QColor sidebarFill(const QPalette &palette)
 {
-    return primaryAt(palette, isDark(palette) ? 0.05 : 0.035);
+    return primaryAt(palette, Palettes::isDark(palette) ? 0.05 : 0.035);
 }
 
 QFont font(int pixelSize, QFont::Weight weight)

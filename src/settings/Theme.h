@@ -11,13 +11,10 @@ namespace veilora {
 // follows the desktop's light or dark scheme and re-colours when it changes.
 namespace Theme {
 
-// The selected sidebar row, filled buttons and links.
+// The selected sidebar row, filled buttons and links (the controls' accent).
 QColor accent();
 // Warnings such as the camera-denied notice.
 QColor warn();
-
-// Qt 6.4 has no colour-scheme query, so the palette's window colour decides.
-bool isDark(const QPalette &palette);
 
 enum class Tone
 {

@@ -1,6 +1,7 @@
 #include "ToggleSwitch.h"
 
 #include "Theme.h"
+#include "controls/Palettes.h"
 
 #include <QFocusEvent>
 #include <QPainter>
@@ -97,7 +98,7 @@ void ToggleSwitch::paintEvent(QPaintEvent *)
     const QRectF area = track();
     const qreal radius = area.height() / 2;
 
-    const QColor off = Theme::primaryAt(palette(), Theme::isDark(palette()) ? 0.22 : 0.16);
+    const QColor off = Theme::primaryAt(palette(), Palettes::isDark(palette()) ? 0.22 : 0.16);
     const QColor on = Theme::accent();
     const auto mix = [](const QColor &a, const QColor &b, qreal t) {
         return QColor::fromRgbF(

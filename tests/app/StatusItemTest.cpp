@@ -95,6 +95,19 @@ QMessageBox *visibleBox(const QString &name)
     return nullptr;
 }
 
+// Clicks the notice's offer of the settings, as the user would; false when no notice shows.
+bool acceptNoTrayNotice()
+{
+    QMessageBox *notice = visibleBox(QStringLiteral("noTrayNotice"));
+    if (!notice)
+        return false;
+    for (QAbstractButton *button : notice->buttons()) {
+        if (notice->buttonRole(button) == QMessageBox::AcceptRole)
+            button->click();
+    }
+    return true;
+}
+
 class StatusItemTest : public ::testing::Test
 {
 protected:
@@ -255,12 +268,7 @@ TEST_F(StatusItemTest, WithoutATraySaysSoOnceAndOffersTheSettings)
     StatusItemController &status = make();
     rec.calls.clear();
     status.checkTrayPresence();
-    QMessageBox *notice = visibleBox(QStringLiteral("noTrayNotice"));
-    ASSERT_NE(notice, nullptr);
-    for (QAbstractButton *button : notice->buttons()) {
-        if (notice->buttonRole(button) == QMessageBox::AcceptRole)
-            button->click();
-    }
+    ASSERT_TRUE(acceptNoTrayNotice());
     EXPECT_EQ(rec.calls, QStringList{QStringLiteral("settings.show(last)")});
     ASSERT_TRUE(waitUntil([] { return !visibleBox(QStringLiteral("noTrayNotice")); }));
     status.checkTrayPresence();
@@ -302,12 +310,7 @@ TEST_F(StatusItemTest, MenuAndNoticePathsOpenTheSettingsWindowOnTheirTab)
 
     if (!QSystemTrayIcon::isSystemTrayAvailable()) {
         status.checkTrayPresence();
-        QMessageBox *notice = visibleBox(QStringLiteral("noTrayNotice"));
-        ASSERT_NE(notice, nullptr);
-        for (QAbstractButton *button : notice->buttons()) {
-            if (notice->buttonRole(button) == QMessageBox::AcceptRole)
-                button->click();
-        }
+        ASSERT_TRUE(acceptNoTrayNotice());
         EXPECT_EQ(shownTab(), SettingsTab::about);
     }
 }
