@@ -1,8 +1,12 @@
 #!/usr/bin/env bash
-# Pictures of the settings window for the README: every tab, light and dark, in
-# English, German and Japanese, over a fake enrolled guard, at twice the scale
-# (crisp on HiDPI screens; show them at width 760). Written to docs/ as
-# settings-<tab>-<light|dark>-<en|de|ja>.png. Runs on a private X server.
+# Pictures for the README, at twice the scale (crisp on HiDPI screens; show
+# them at their window's width), written to docs/:
+#   settings-<tab>-<light|dark>-<en|de|ja>.png   every settings tab over a fake enrolled
+#                                                guard with the camera allowed (width 760)
+#   settings-permissions-grant-<light|dark>-en.png  the camera not yet allowed
+#   onboarding-<welcome|permission|tutorial>[-dark].png  the first-start pages (width 340)
+#   onboarding-help-<case>.png                   the camera help, one per cause (width 440)
+# Runs on a private X server.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 build="${VEILORA_SCREENSHOT_BUILD_DIR:-$root/build-screenshots}"

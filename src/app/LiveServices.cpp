@@ -1,5 +1,8 @@
 // The application's real subsystems behind the shell's services. Kept apart
 // from the shell itself so that tests link the shell without them.
+#include "app/CameraAccessHelp.h"
+#include "app/FaceEnrollSheet.h"
+#include "app/OnboardingWindowController.h"
 #include "app/ShellServices.h"
 #include "guard/PrivacyGuard.h"
 #include "localization/L10n.h"
@@ -38,6 +41,11 @@ private:
     PrivacyGuard &m_guard;
 };
 
+void showCameraHelp(QWidget *parent)
+{
+    CameraAccessHelp::present(CameraHelpContext::live(), parent);
+}
+
 } // namespace
 
 ShellServices ShellServices::live()
@@ -55,7 +63,6 @@ ShellServices ShellServices::live()
                LinuxCameraAuthorization::shared().devicesInaccessible();
     };
     // Until their subsystems exist, these do nothing.
-    services.showOnboarding = [] {};
     services.startUpdater = [] {};
     services.checkForUpdates = [] {};
     services.startCloudAccount = [] {};
@@ -63,11 +70,18 @@ ShellServices ShellServices::live()
     services.startCloudSync = [] {};
     services.subscribeCrashReporter = [] {};
     services.startTesterMode = [] {};
-    services.showSettings = [](std::optional<SettingsTab> tab) {
+    static const auto showSettings = [](std::optional<SettingsTab> tab) {
         SettingsWindowController &controller = SettingsWindowController::shared();
-        // The enrollment sheet does not exist yet, so the window offers no enroll button that works.
-        controller.setServices({&guard(), &AppSettings::shared(), {}});
+        controller.setServices({&guard(), &AppSettings::shared(), FaceEnrollSheet::present,
+                                &LinuxCameraAuthorization::shared(), showCameraHelp});
         controller.show(tab);
+    };
+    services.showSettings = showSettings;
+    services.showOnboarding = [] {
+        OnboardingWindowController &controller = OnboardingWindowController::shared();
+        controller.setServices({&AppSettings::shared(), &LinuxCameraAuthorization::shared(), showCameraHelp,
+                                [] { showSettings(SettingsTab::general); }});
+        controller.show();
     };
     services.quit = [] { QCoreApplication::quit(); };
     return services;

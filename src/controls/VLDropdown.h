@@ -79,8 +79,12 @@ struct VLDropdown
         {
             bool valid = false;
             const int tag = item.data().toInt(&valid);
-            if (valid && tag >= 0 && size_t(tag) < parent.options.size())
-                parent.selection.set(parent.options[size_t(tag)].first);
+            if (!valid || tag < 0 || size_t(tag) >= parent.options.size())
+                return;
+            // A copy: the setter may refresh the owner, which replaces `parent`
+            // and with it the options.
+            const Value chosen = parent.options[size_t(tag)].first;
+            parent.selection.set(chosen);
         }
 
     private:

@@ -20,7 +20,9 @@ EnrollmentStatistics EnrollmentStatistics::of(const std::vector<FeaturePrint> &p
         }
     }
     stats.mean = count > 0 ? sum / static_cast<float>(count) : 0.0f;
-    stats.threshold = std::max({stats.maxPair * maxPairFactor, stats.mean * meanPairFactor, thresholdFloor});
+    stats.threshold =
+        std::min(std::max({stats.maxPair * maxPairFactor, stats.mean * meanPairFactor, thresholdFloor}),
+                 thresholdCeiling);
     return stats;
 }
 

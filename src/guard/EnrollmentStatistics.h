@@ -7,13 +7,14 @@
 namespace veilora {
 
 // The spread of a set of enrollment prints and the personal match threshold
-// derived from it: at least 60 % above the largest difference seen between the
-// user's own prints, more than twice their average difference, never below 0.05.
+// derived from it: well above the largest and the average difference between the
+// user's own prints, never below a floor and never above a ceiling.
 struct EnrollmentStatistics
 {
-    static constexpr float maxPairFactor = 1.6f;
-    static constexpr float meanPairFactor = 2.2f;
-    static constexpr float thresholdFloor = 0.05f;
+    static constexpr float maxPairFactor = 2.5f;
+    static constexpr float meanPairFactor = 4.0f;
+    static constexpr float thresholdFloor = 0.34f;
+    static constexpr float thresholdCeiling = 0.35f;
 
     float maxPair = 0; // largest pair distance, 0 without any
     float mean = 0;    // mean pair distance, 0 without any

@@ -46,6 +46,7 @@ void FaceCamera::start()
         configureIfNeeded();
         if (!m_running) {
             m_running = true;
+            m_awaitingFirstFrame = true;
             if (m_input)
                 m_input->start();
         }
@@ -73,19 +74,43 @@ void FaceCamera::configureIfNeeded()
         log(QStringLiteral("カメラ入力を構成できません"));
         return;
     }
-    limitFrameRate(*input);
+    applyFrameRate(*input);
     useInput(std::move(input));
     log(QStringLiteral("カメラ: ") + device->localizedName);
     m_configured = true;
 }
 
-void FaceCamera::limitFrameRate(CaptureSource &source)
+void FaceCamera::setPreviewing(bool on)
+{
+    m_queue->async([this, on]() {
+        if (m_previewing == on)
+            return;
+        m_previewing = on;
+        if (m_input)
+            applyFrameRate(*m_input);
+    });
+}
+
+void FaceCamera::applyFrameRate(CaptureSource &source)
 {
     const std::vector<FrameRateRange> ranges = source.frameRateRanges();
-    if (ranges.empty() || ranges.front().minFrameRate > frameRateCap)
+    if (ranges.empty())
         return;
+    double rate = frameRateCap;
+    if (m_previewing) {
+        rate = 0;
+        for (const FrameRateRange &range : ranges)
+            rate = std::max(rate, range.maxFrameRate);
+    } else if (ranges.front().minFrameRate > frameRateCap) {
+        // Left at its own rate unless a preview raised it: then as slow as it goes.
+        if (!m_rateRaised)
+            return;
+        rate = ranges.front().minFrameRate;
+    }
     QString error;
-    if (!source.setFrameRate(frameRateCap, &error))
+    if (source.setFrameRate(rate, &error))
+        m_rateRaised = m_previewing;
+    else
         log(QStringLiteral("fps 制限失敗: ") + error);
 }
 
@@ -94,6 +119,7 @@ void FaceCamera::useInput(std::unique_ptr<CaptureSource> input)
     if (m_input)
         m_input->stop();
     m_input = std::move(input);
+    m_awaitingFirstFrame = true;
     m_input->onFrame = [this](const VideoFrame &frame) { captureOutput(frame); };
     {
         QMutexLocker lock(&m_inputLock);
@@ -109,10 +135,17 @@ void FaceCamera::captureOutput(const VideoFrame &frame)
         return;
     Q_EMIT frameDelivered(frame.image);
     const WallTime now = m_clock.now();
+    // Exposure starts adjusting with the first frame, however long the device
+    // took to open.
+    if (m_awaitingFirstFrame) {
+        m_awaitingFirstFrame = false;
+        m_deliveringSince = now;
+    }
     if (secondsBetween(m_lastProcess, now) < sampleInterval())
         return;
     m_lastProcess = now;
-    const FaceSample sample = facePrints(*m_vision, frame.image, maxFaces);
+    FaceSample sample = facePrints(*m_vision, frame.image, maxFaces);
+    sample.settling = secondsBetween(m_deliveringSince, now) < settlingSeconds;
     if (onSample)
         onSample(sample);
 }
@@ -230,7 +263,8 @@ bool FaceCamera::switchTo(const CameraDevice &device, const QString &logPrefix)
     std::unique_ptr<CaptureSource> input = m_devices->open(device);
     if (!input)
         return false;
-    limitFrameRate(*input);
+    m_rateRaised = false; // a fresh device runs at its own rate
+    applyFrameRate(*input);
     useInput(std::move(input));
     log(logPrefix + device.localizedName);
     return true;

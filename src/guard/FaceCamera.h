@@ -34,6 +34,11 @@ public:
     static constexpr double faceBoxGrowth = 0.3; // of the box's size, on each side
     static constexpr double frameRateCap = 5.0;
     static constexpr double initialSampleInterval = 0.6;
+    // Samples this soon after the source began delivering (each start and each
+    // camera switch) are marked `settling`. Webcams adjust exposure over about the
+    // first second; bench_recognition shows what a print taken meanwhile does to
+    // an enrollment (see README, "Recognition").
+    static constexpr double settlingSeconds = 1.0;
     static constexpr const char *cameraIDKey = "shieldCameraID";
 
     // The machine's cameras, the face models, the system clock and the user's
@@ -56,6 +61,10 @@ public:
     double sampleInterval() const { return m_sampleInterval.load(); }
     void setSampleInterval(double seconds) { m_sampleInterval.store(seconds); }
 
+    // While on, frames come at the fastest rate the camera offers, for a live
+    // picture; off returns to `frameRateCap`. Kept across camera switches.
+    void setPreviewing(bool on);
+
     // Finds the faces of `frame` and prints the `maxFaces` largest ones, each from
     // its box grown by `faceBoxGrowth` per side and clipped to the frame.
     // `faceDetected` is true whenever a face was found, even without a print.
@@ -76,7 +85,7 @@ Q_SIGNALS:
 
 private:
     void configureIfNeeded();
-    void limitFrameRate(CaptureSource &source);
+    void applyFrameRate(CaptureSource &source);
     void useInput(std::unique_ptr<CaptureSource> input);
     bool switchTo(const CameraDevice &device, const QString &logPrefix); // on the queue
     void captureOutput(const VideoFrame &frame);
@@ -93,6 +102,10 @@ private:
     std::unique_ptr<CaptureSource> m_input;
     bool m_configured = false;
     bool m_running = false;
+    bool m_previewing = false;
+    bool m_rateRaised = false; // the input runs above the cap for a preview
+    bool m_awaitingFirstFrame = true;
+    WallTime m_deliveringSince = distantPast;
     WallTime m_lastProcess = distantPast;
 
     mutable QMutex m_inputLock; // the device of m_input, for readers on other threads

@@ -31,6 +31,10 @@ public:
     virtual void setSampleInterval(double seconds) = 0;
     virtual double sampleInterval() const = 0;
 
+    // On while a person watches the live picture: frames then come at the
+    // camera's own rate instead of the frugal rate the guard needs.
+    virtual void setPreviewing(bool on) = 0;
+
     virtual void setDevice(const QString &uniqueID) = 0;
     virtual bool usesBuiltinCamera() const = 0;
     virtual std::optional<QString> activeDeviceID() const = 0;

@@ -19,6 +19,7 @@ public:
     void stop() override { m_camera->stop(); }
     void setSampleInterval(double seconds) override { m_camera->setSampleInterval(seconds); }
     double sampleInterval() const override { return m_camera->sampleInterval(); }
+    void setPreviewing(bool on) override { m_camera->setPreviewing(on); }
     void setDevice(const QString &uniqueID) override { m_camera->setDevice(uniqueID); }
     bool usesBuiltinCamera() const override { return m_camera->usesBuiltinCamera(); }
     std::optional<QString> activeDeviceID() const override { return m_camera->activeDeviceID(); }

@@ -152,9 +152,11 @@ void PrivacyGuard::reconcile()
             return;
         QPointer<PrivacyGuard> weak(this);
         requestCameraIfNeeded([weak](bool granted) {
-            // Everything may have changed while the question was open.
-            if (granted && weak && weak->m_enabledPref && weak->m_enrolled && !weak->m_watching)
-                weak->startWatching();
+            // Everything may have changed while the question was open. A plain
+            // pointer, read once: GCC cannot see that a QPointer checked once stays set.
+            PrivacyGuard *const guard = weak.data();
+            if (granted && guard && guard->m_enabledPref && guard->m_enrolled && !guard->m_watching)
+                guard->startWatching();
         });
         return;
     }
@@ -184,7 +186,9 @@ void PrivacyGuard::startWatching()
 void PrivacyGuard::handleSample(const FaceSample &sample)
 {
     if (m_collecting) {
-        if (!sample.prints.empty())
+        // A print taken while the exposure still swings is learnt as a face of its
+        // own and widens the threshold (figures in bench_recognition).
+        if (!sample.settling && !sample.prints.empty())
             m_collected.push_back(sample.prints.front());
         return;
     }
@@ -272,10 +276,12 @@ void PrivacyGuard::beginEnrollmentPreview()
     m_enrollPreviewActive = true;
     QPointer<PrivacyGuard> weak(this);
     requestCameraIfNeeded([weak](bool granted) {
-        if (!granted || !weak || !weak->m_enrollPreviewActive)
+        PrivacyGuard *const guard = weak.data();
+        if (!granted || !guard || !guard->m_enrollPreviewActive)
             return;
-        weak->m_camera->setSampleInterval(previewSampleInterval);
-        weak->m_camera->start();
+        guard->m_camera->setSampleInterval(previewSampleInterval);
+        guard->m_camera->setPreviewing(true);
+        guard->m_camera->start();
     });
 }
 
@@ -283,6 +289,7 @@ void PrivacyGuard::endEnrollmentPreview()
 {
     m_enrollPreviewActive = false;
     m_collecting = false;
+    m_camera->setPreviewing(false);
     m_camera->setSampleInterval(alertSampleInterval);
     reconcile();
 }

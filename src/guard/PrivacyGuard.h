@@ -92,10 +92,12 @@ public:
     void setBlur(bool on);
     void authenticateAndUnlock();
 
+    // The preview runs the camera at its own frame rate until it ends.
     void beginEnrollmentPreview();
     void endEnrollmentPreview();
-    // Collects prints from the samples that arrive meanwhile and stores the
-    // profile; `done` receives the number of prints stored or the error.
+    // Collects prints from the samples that arrive meanwhile, passing over those
+    // taken while the camera settles, and stores the profile; `done` receives the
+    // number of prints stored or the error.
     using EnrollOutcome = std::variant<int, EnrollError>;
     void captureEnrollment(std::function<void(EnrollOutcome)> done);
     void reloadProfile();

@@ -7,6 +7,7 @@ class QWidget;
 namespace veilora {
 
 class AppSettings;
+class CameraAuthorization;
 class GuardModel;
 
 // What the settings window works on, handed in by the application (or a test).
@@ -17,6 +18,12 @@ struct SettingsServices
     // Presents the face-enrollment sheet over the settings window (the window is
     // the parent to use). Without it the enroll button stays disabled.
     std::function<void(QWidget *settingsWindow)> presentEnrollment;
+    // Whether the camera may be used, and the way to ask. Without it the
+    // Permissions tab shows only its title.
+    CameraAuthorization *cameraAuthorization = nullptr;
+    // Explains what keeps the camera away when asking cannot help (a refusal
+    // given earlier, a missing group membership), over `parent`.
+    std::function<void(QWidget *parent)> showCameraHelp = {};
 
     bool isComplete() const { return guard && settings; }
 };

@@ -2,6 +2,7 @@
 
 #include "BlendScrollArea.h"
 #include "GeneralTab.h"
+#include "PermissionsTab.h"
 #include "SettingsRouter.h"
 #include "SettingsSidebar.h"
 #include "SettingsTabInfo.h"
@@ -117,6 +118,9 @@ QWidget *SettingsView::makeTabView(SettingsTab tab)
     case SettingsTab::general:
         return new GeneralTab(m_services);
     case SettingsTab::permissions:
+        if (m_services.cameraAuthorization)
+            return new PermissionsTab(m_services);
+        break;
     case SettingsTab::account:
     case SettingsTab::about:
         // Their content comes with their own subsystems; until then the pane

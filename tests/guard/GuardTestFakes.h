@@ -23,6 +23,7 @@ public:
     void stop() override { ++stops, running = false; }
     void setSampleInterval(double seconds) override { interval = seconds; }
     double sampleInterval() const override { return interval; }
+    void setPreviewing(bool on) override { previewing = on; }
     void setDevice(const QString &uniqueID) override { active = uniqueID; }
     bool usesBuiltinCamera() const override { return active == builtinID; }
     std::optional<QString> activeDeviceID() const override { return active; }
@@ -36,6 +37,7 @@ public:
     QString builtinID = QStringLiteral("builtin");
     QString active = builtinID;
     double interval = 0.6;
+    bool previewing = false;
     bool running = false;
     int starts = 0;
     int stops = 0;

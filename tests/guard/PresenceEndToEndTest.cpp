@@ -64,8 +64,13 @@ TEST(PresenceEndToEndTest, EnrolledFaceClearsTheShieldThatAbsenceRaised)
         processEventsFor(20ms);
     };
 
+    QImage empty(640, 480, QImage::Format_RGB32);
+    empty.fill(QColor(70, 80, 90));
+
     guard.beginEnrollmentPreview();
     ASSERT_TRUE(waitUntil([&] { return devices->isStreaming(webcam.uniqueID); }));
+    show(empty, 0); // the exposure settles from the first frame on: nothing is learnt meanwhile
+    clock.advanceSeconds(FaceCamera::settlingSeconds);
     std::optional<PrivacyGuard::EnrollOutcome> outcome;
     guard.captureEnrollment([&](PrivacyGuard::EnrollOutcome result) { outcome = result; });
     for (int i = 0; i < 5 && !outcome; ++i)
@@ -80,8 +85,6 @@ TEST(PresenceEndToEndTest, EnrolledFaceClearsTheShieldThatAbsenceRaised)
     ASSERT_TRUE(guard.isWatching());
     ASSERT_TRUE(waitUntil([&] { return devices->isStreaming(webcam.uniqueID); }));
 
-    QImage empty(640, 480, QImage::Format_RGB32);
-    empty.fill(QColor(70, 80, 90));
     for (int i = 0; i < 17 && !shield.up; ++i)
         show(empty, 0.7);
     EXPECT_TRUE(shield.up) << "nobody in view for longer than the grace delay";

@@ -2,6 +2,7 @@
 
 #include "GuardTestFakes.h"
 #include "diagnostics/DebugLog.h"
+#include "guard/EnrollmentStatistics.h"
 #include "guard/FaceProfileStore.h"
 #include "platform/CameraAuthorization.h"
 #include "platform/UserDefaults.h"
@@ -64,9 +65,9 @@ protected:
         ASSERT_TRUE(guard->isWatching());
     }
 
-    void sample(std::vector<FeaturePrint> prints, bool faceDetected = true)
+    void sample(std::vector<FeaturePrint> prints, bool faceDetected = true, bool settling = false)
     {
-        guard->handleSample({std::move(prints), faceDetected});
+        guard->handleSample({std::move(prints), faceDetected, settling});
     }
 
     FakeGuardParts parts;
@@ -300,6 +301,51 @@ TEST_F(PrivacyGuardTest, EnrollmentStoresWhatArrivesBeforeTheDeadline)
     EXPECT_FALSE(guard->isCollecting());
 }
 
+TEST_F(PrivacyGuardTest, FramesFromWhileTheCameraSettlesAreNotLearntButStillShowPresence)
+{
+    std::optional<PrivacyGuard::EnrollOutcome> outcome;
+    guard->captureEnrollment([&](PrivacyGuard::EnrollOutcome result) { outcome = result; });
+    for (int i = 0; i < 4; ++i) {
+        clock.advanceSeconds(0.3);
+        sample({printAt(60)}, true, true); // washed out by the exposure still adjusting
+    }
+    for (int i = 0; i < 5; ++i) {
+        clock.advanceSeconds(0.3);
+        sample({printAt(i)});
+    }
+    clock.advanceSeconds(1);
+    ASSERT_TRUE(outcome);
+    EXPECT_EQ(std::get<int>(*outcome), 5);
+    ASSERT_TRUE(guard->profile());
+    EXPECT_EQ(guard->profile()->prints.front(), printAt(0));
+    EXPECT_FLOAT_EQ(float(guard->profile()->threshold), 0.34f)
+        << "a settling print would lift it to the ceiling";
+
+    guard->setEnabled(true);
+    ASSERT_TRUE(guard->isWatching());
+    clock.advanceSeconds(9);
+    sample({printAt(2)}, true, true);
+    clock.advanceSeconds(9);
+    sample({}, false);
+    EXPECT_FALSE(guard->blurred()) << "a settling sample of the user still counts as presence";
+}
+
+TEST_F(PrivacyGuardTest, ThePreviewRunsTheCameraAtItsOwnRateUntilItEnds)
+{
+    guard->beginEnrollmentPreview();
+    EXPECT_TRUE(camera.previewing);
+    EXPECT_TRUE(camera.running);
+    EXPECT_DOUBLE_EQ(camera.interval, 0.3);
+    guard->endEnrollmentPreview();
+    EXPECT_FALSE(camera.previewing);
+    EXPECT_FALSE(camera.running);
+
+    authorization.current = CameraAuthorization::Status::denied;
+    guard->beginEnrollmentPreview();
+    EXPECT_FALSE(camera.previewing) << "no camera, no preview";
+    guard->endEnrollmentPreview();
+}
+
 TEST_F(PrivacyGuardTest, DeletingTheEnrollmentSwitchesProtectionOffAndClearsTheBlur)
 {
     watch();
@@ -372,6 +418,43 @@ TEST_F(PrivacyGuardTest, SamplesFromTheCameraThreadReachTheGuardOnTheMainThread)
     std::thread late([&] { callback({{}, false}); });
     late.join();
     processEventsFor(20ms); // a sample for a guard that is gone is dropped
+}
+
+// The threshold rule on prints whose distances are known: at 24° apart two
+// prints are 0.0865 apart, at 30.5° 0.138, at 90° 1.
+TEST(EnrollmentThresholdTest, ATightEnrollmentGetsTheFloor)
+{
+    const EnrollmentStatistics same = EnrollmentStatistics::of({printAt(5), printAt(5), printAt(5)});
+    EXPECT_EQ(same.maxPair, 0.0f);
+    EXPECT_FLOAT_EQ(float(same.threshold), 0.34f);
+    const EnrollmentStatistics tight = EnrollmentStatistics::of({printAt(0), printAt(10), printAt(20)});
+    EXPECT_NEAR(tight.maxPair, 0.0603, 1e-4);
+    EXPECT_FLOAT_EQ(float(tight.threshold), 0.34f);
+}
+
+TEST(EnrollmentThresholdTest, ASpreadEnrollmentLiftsItUpToTheCeiling)
+{
+    // Two prints: the mean pair term decides.
+    EXPECT_NEAR(EnrollmentStatistics::of({printAt(0), printAt(24)}).threshold, 4.0 * 0.08645, 1e-4);
+    // One print apart from four alike: the largest pair term decides.
+    EXPECT_NEAR(
+        EnrollmentStatistics::of({printAt(0), printAt(0), printAt(0), printAt(0), printAt(30.5)}).threshold,
+        2.5 * 0.13837, 1e-4);
+    // One print of something else entirely would let strangers in: capped.
+    const EnrollmentStatistics bad =
+        EnrollmentStatistics::of({printAt(0), printAt(1), printAt(2), printAt(3), printAt(90)});
+    EXPECT_NEAR(bad.maxPair, 1.0, 0.01);
+    EXPECT_FLOAT_EQ(float(bad.threshold), 0.35f);
+}
+
+TEST(EnrollmentThresholdTest, PairsThatCannotBeComparedAreLeftOut)
+{
+    FeaturePrint other = printAt(90);
+    other.model = QStringLiteral("another model");
+    const EnrollmentStatistics stats = EnrollmentStatistics::of({printAt(0), printAt(0), other});
+    EXPECT_EQ(stats.maxPair, 0.0f);
+    EXPECT_EQ(stats.mean, 0.0f);
+    EXPECT_FLOAT_EQ(float(stats.threshold), 0.34f);
 }
 
 } // namespace

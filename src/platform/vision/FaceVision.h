@@ -21,8 +21,9 @@ public:
     virtual ~FaceVision() = default;
 
     // The faces in `frame`, in the detector's order, as boxes normalized to the
-    // frame (0…1) with the origin at the lower left. Empty when there are none or
-    // detection failed.
+    // frame (0…1) with the origin at the lower left; the box of a face cut by the
+    // frame edge may reach beyond it, to where the whole face would be. Empty when
+    // there are none or detection failed.
     virtual std::vector<QRectF> detectFaces(const QImage &frame) = 0;
 
     // The print of the face shown in `crop`. `face` says where the detector saw it,

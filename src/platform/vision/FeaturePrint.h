@@ -23,11 +23,14 @@ struct FeaturePrint
 };
 
 // One analysed camera frame: the prints of up to three faces, largest first, and
-// whether any face was detected at all (a face may yield no print).
+// whether any face was detected at all (a face may yield no print). `settling`
+// marks a frame taken while the camera's exposure may still be adjusting after
+// it started: good enough to see someone, not to learn a face from.
 struct FaceSample
 {
     std::vector<FeaturePrint> prints;
     bool faceDetected = false;
+    bool settling = false;
 };
 
 } // namespace veilora

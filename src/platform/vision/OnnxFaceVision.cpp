@@ -32,6 +32,34 @@ const std::array<cv::Point2f, 5> alignmentTemplate{{
     {70.73f, 92.20f},
 }};
 
+// A face cut by the frame edge gets a box only as high or wide as what remains
+// of it, and the landmarks, placed on a square as high as the box, then land on
+// a wrongly scaled face. The side the edge took is restored from the other at the
+// detector's usual proportions, reaching beyond the frame. `box` is normalized,
+// y downwards; the margin catches boxes the detector drew just short of the edge.
+cv::Rect2d completedBox(const cv::Rect2d &box, cv::Size frame)
+{
+    cv::Rect2d px(box.x * frame.width, box.y * frame.height, box.width * frame.width,
+                  box.height * frame.height);
+    const double margin = OnnxFaceVision::edgeMargin * std::min(frame.width, frame.height);
+    const bool left = px.x <= margin, right = px.x + px.width >= frame.width - margin;
+    const bool top = px.y <= margin, bottom = px.y + px.height >= frame.height - margin;
+    // A face touching both opposite edges fills the frame: nothing to restore from.
+    if (left != right) {
+        const double width = std::max(px.width, px.height * OnnxFaceVision::faceAspect);
+        if (left)
+            px.x -= width - px.width;
+        px.width = width;
+    }
+    if (top != bottom) {
+        const double height = std::max(px.height, px.width / OnnxFaceVision::faceAspect);
+        if (top)
+            px.y -= height - px.height;
+        px.height = height;
+    }
+    return {px.x / frame.width, px.y / frame.height, px.width / frame.width, px.height / frame.height};
+}
+
 const char *const modelFiles[] = {"fr_detect.onnx", "fr_landmark.onnx", "fr_feature.onnx"};
 
 bool holdsModels(const QString &directory)
@@ -45,8 +73,9 @@ bool holdsModels(const QString &directory)
 
 } // namespace
 
-OnnxFaceVision::OnnxFaceVision(QString modelsDirectory)
+OnnxFaceVision::OnnxFaceVision(QString modelsDirectory, Options options)
     : m_directory(std::move(modelsDirectory))
+    , m_options(options)
 {}
 
 QString OnnxFaceVision::defaultModelsDirectory()
@@ -139,7 +168,8 @@ std::vector<QRectF> OnnxFaceVision::detectFaces(const QImage &frame)
         std::vector<QRectF> faces;
         faces.reserve(chosen.size());
         for (const int i : chosen) {
-            const cv::Rect2d &b = boxes[size_t(i)];
+            const cv::Rect2d b =
+                m_options.completeCutFaces ? completedBox(boxes[size_t(i)], bgra.size()) : boxes[size_t(i)];
             // The detector counts y downwards; the boxes we hand out count upwards.
             faces.emplace_back(b.x, 1.0 - b.y - b.height, b.width, b.height);
         }
@@ -148,6 +178,26 @@ std::vector<QRectF> OnnxFaceVision::detectFaces(const QImage &frame)
         reportFailure(QStringLiteral("face detection failed: ") + QString::fromStdString(error.err));
         return {};
     }
+}
+
+// In poor light the camera's gain makes the face grainy as well as dark, and the
+// grain, more than the darkness, moves the print: the warp onto 112 × 112 picks
+// single pixels of a face often three times larger and keeps all of it. A dark
+// face is warped again from a source blurred by half an aligned pixel, averaging
+// the grain away as a proper downscale would, then lifted to mid-grey. Faces lit
+// well enough are left as they are.
+void OnnxFaceVision::normaliseLowLight(const cv::Mat &bgra, const cv::Mat &alignment, double below,
+                                       Scratch &s)
+{
+    cv::cvtColor(s.alignedBgr, s.alignedGrey, cv::COLOR_BGR2GRAY);
+    const double luminance = cv::mean(s.alignedGrey)[0];
+    if (luminance >= below)
+        return;
+    const double scale = std::hypot(alignment.at<double>(0, 0), alignment.at<double>(1, 0));
+    cv::GaussianBlur(bgra, s.blurred, cv::Size(), lowLightBlur / std::max(scale, 1e-6));
+    cv::warpAffine(s.blurred, s.aligned, alignment, alignedFace, cv::INTER_LINEAR, cv::BORDER_CONSTANT);
+    cv::cvtColor(s.aligned, s.alignedBgr, cv::COLOR_BGRA2BGR);
+    s.alignedBgr.convertTo(s.alignedBgr, -1, lowLightTarget / std::max(luminance, 1.0));
 }
 
 std::optional<FeaturePrint> OnnxFaceVision::featurePrint(const QImage &crop, const QRectF &face)
@@ -167,6 +217,8 @@ std::optional<FeaturePrint> OnnxFaceVision::featurePrint(const QImage &crop, con
         const cv::Matx23d squareMap(toSquare, 0, -corner.x * toSquare, 0, toSquare, -corner.y * toSquare);
         Scratch &s = m_scratch;
         cv::cvtColor(bgra, s.grey, cv::COLOR_BGRA2GRAY);
+        // Beyond the crop, and beyond the frame for a completed box, the square is
+        // black: replicated or mirrored edges moved cut faces' prints further.
         cv::warpAffine(s.grey, s.square, squareMap, landmarkInput, cv::INTER_LINEAR, cv::BORDER_CONSTANT);
         cv::dnn::blobFromImage(s.square, s.landmarkBlob, 1 / 256.0);
         m_landmarks.setInput(s.landmarkBlob);
@@ -196,6 +248,8 @@ std::optional<FeaturePrint> OnnxFaceVision::featurePrint(const QImage &crop, con
             return std::nullopt;
         cv::warpAffine(bgra, s.aligned, alignment, alignedFace, cv::INTER_LINEAR, cv::BORDER_CONSTANT);
         cv::cvtColor(s.aligned, s.alignedBgr, cv::COLOR_BGRA2BGR);
+        if (m_options.lowLightLuminance > 0)
+            normaliseLowLight(bgra, alignment, m_options.lowLightLuminance, s);
         cv::dnn::blobFromImage(s.alignedBgr, s.featureBlob, 1 / 128.0, cv::Size(), cv::Scalar::all(127), true,
                                false);
         m_feature.setInput(s.featureBlob);

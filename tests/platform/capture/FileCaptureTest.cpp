@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <opencv2/imgproc.hpp>
 
@@ -122,6 +123,31 @@ TEST(FileCaptureTest, ShowsTheImagesOfAFolderInTurnAndSurvivesABrokenOne)
     EXPECT_EQ(collected.frames.back().pixel(320, 240), qRgb(0, 0, 255));
     EXPECT_TRUE(DebugLog::tail().contains(QStringLiteral("cannot read image ") +
                                           folder.filePath(QStringLiteral("b.png"))));
+}
+
+TEST(FileCaptureTest, AnImageReplacedWhilePlayingIsShownAnew)
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("camera.png"));
+    QImage picture(640, 480, QImage::Format_RGB32);
+    picture.fill(Qt::red);
+    ASSERT_TRUE(picture.save(path));
+
+    std::unique_ptr<CaptureSource> source = openFile(path);
+    ASSERT_NE(source, nullptr);
+    Collector collected(*source);
+    source->start();
+    ASSERT_TRUE(test::waitUntil([&]() { return !collected.frames.empty(); }));
+    EXPECT_EQ(collected.frames.back().pixel(320, 240), qRgb(255, 0, 0));
+
+    // Written beside it and renamed over it, as a test or a script swaps what the camera sees.
+    picture.fill(Qt::blue);
+    const QString next = folder.filePath(QStringLiteral("next.png"));
+    ASSERT_TRUE(picture.save(next));
+    ASSERT_TRUE(std::rename(next.toLocal8Bit().constData(), path.toLocal8Bit().constData()) == 0);
+    EXPECT_TRUE(
+        test::waitUntil([&]() { return collected.frames.back().pixel(320, 240) == qRgb(0, 0, 255); }, 3s));
+    source->stop();
 }
 
 TEST(FileCaptureTest, WhatCannotBePlayedDoesNotOpen)
