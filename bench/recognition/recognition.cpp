@@ -706,13 +706,13 @@ std::map<std::tuple<const Clip *, Light, Light, long>, Distances> distanceCache;
 // Replays one enrollment per offset (the guard is main-thread only), then
 // measures the distances on both cores.
 Outcome replayAll(const Clip &clip, const std::vector<FeaturePrint> &impostors, Light enrollLight,
-                  Light watchLight, const Settings &settings, const ThresholdRule &rule = {})
+                  Light watchLight, double every, const ThresholdRule &rule = {})
 {
     Replay replay;
     std::vector<Run> runs;
     std::vector<std::tuple<const Clip *, Light, Light, long>> keys;
     std::vector<size_t> missing;
-    for (const auto &[t0, end] : enrollmentOffsets(clip, settings.enrollEvery)) {
+    for (const auto &[t0, end] : enrollmentOffsets(clip, every)) {
         runs.push_back(replay.run(t0, end, from(clip, enrollLight), from(clip, watchLight), rule));
         keys.emplace_back(&clip, enrollLight, watchLight, std::lround(t0 * 1000));
         if (runs.back().enrolled && !distanceCache.count(keys.back()))
@@ -892,8 +892,8 @@ int main(int argc, char **argv)
         for (int p = 0; p < 2; ++p) {
             const Person &person = people[p];
             const auto impostors = impostorsOf(person.other, strangers, conditions[c].watch, settings);
-            shipped[{p, c}] =
-                replayAll(person.clip, impostors, conditions[c].enroll, conditions[c].watch, settings);
+            shipped[{p, c}] = replayAll(person.clip, impostors, conditions[c].enroll, conditions[c].watch,
+                                        settings.enrollEvery);
             printOutcome(QStringLiteral("%1: %2").arg(person.clip.name, QLatin1String(conditions[c].label)),
                          shipped[{p, c}]);
         }
@@ -965,9 +965,9 @@ int main(int argc, char **argv)
         for (const int c : {0, 1}) {
             for (const Person &person : people) {
                 const auto impostors = impostorsOf(person.other, strangers, conditions[c].watch, settings);
-                const Outcome o =
-                    replayAll(person.clip, impostors, conditions[c].enroll, conditions[c].watch, settings,
-                              [floor](const EnrollmentStatistics &st) { return uncapped(st, floor); });
+                const Outcome o = replayAll(
+                    person.clip, impostors, conditions[c].enroll, conditions[c].watch, settings.enrollEvery,
+                    [floor](const EnrollmentStatistics &st) { return uncapped(st, floor); });
                 printOutcome(QStringLiteral("floor %1, %2: %3")
                                  .arg(floor, 0, 'f', 2)
                                  .arg(person.clip.name, QLatin1String(conditions[c].label)),

@@ -318,7 +318,7 @@ TEST_F(PrivacyGuardTest, FramesFromWhileTheCameraSettlesAreNotLearntButStillShow
     EXPECT_EQ(std::get<int>(*outcome), 5);
     ASSERT_TRUE(guard->profile());
     EXPECT_EQ(guard->profile()->prints.front(), printAt(0));
-    EXPECT_FLOAT_EQ(float(guard->profile()->threshold), 0.34f)
+    EXPECT_FLOAT_EQ(float(guard->profile()->threshold), 0.35f)
         << "a settling print would lift it to the ceiling";
 
     guard->setEnabled(true);
@@ -420,31 +420,31 @@ TEST_F(PrivacyGuardTest, SamplesFromTheCameraThreadReachTheGuardOnTheMainThread)
     processEventsFor(20ms); // a sample for a guard that is gone is dropped
 }
 
-// The threshold rule on prints whose distances are known: at 24° apart two
-// prints are 0.0865 apart, at 30.5° 0.138, at 90° 1.
+// The threshold rule on prints whose distances are known: at 24.3° apart two
+// prints are 0.0886 apart, at 31° 0.1428, at 90° 1.
 TEST(EnrollmentThresholdTest, ATightEnrollmentGetsTheFloor)
 {
     const EnrollmentStatistics same = EnrollmentStatistics::of({printAt(5), printAt(5), printAt(5)});
     EXPECT_EQ(same.maxPair, 0.0f);
-    EXPECT_FLOAT_EQ(float(same.threshold), 0.34f);
+    EXPECT_FLOAT_EQ(float(same.threshold), 0.35f);
     const EnrollmentStatistics tight = EnrollmentStatistics::of({printAt(0), printAt(10), printAt(20)});
     EXPECT_NEAR(tight.maxPair, 0.0603, 1e-4);
-    EXPECT_FLOAT_EQ(float(tight.threshold), 0.34f);
+    EXPECT_FLOAT_EQ(float(tight.threshold), 0.35f);
 }
 
 TEST(EnrollmentThresholdTest, ASpreadEnrollmentLiftsItUpToTheCeiling)
 {
     // Two prints: the mean pair term decides.
-    EXPECT_NEAR(EnrollmentStatistics::of({printAt(0), printAt(24)}).threshold, 4.0 * 0.08645, 1e-4);
+    EXPECT_NEAR(EnrollmentStatistics::of({printAt(0), printAt(24.3)}).threshold, 4.0 * 0.08860, 1e-4);
     // One print apart from four alike: the largest pair term decides.
     EXPECT_NEAR(
-        EnrollmentStatistics::of({printAt(0), printAt(0), printAt(0), printAt(0), printAt(30.5)}).threshold,
-        2.5 * 0.13837, 1e-4);
+        EnrollmentStatistics::of({printAt(0), printAt(0), printAt(0), printAt(0), printAt(31)}).threshold,
+        2.5 * 0.14283, 1e-4);
     // One print of something else entirely would let strangers in: capped.
     const EnrollmentStatistics bad =
         EnrollmentStatistics::of({printAt(0), printAt(1), printAt(2), printAt(3), printAt(90)});
     EXPECT_NEAR(bad.maxPair, 1.0, 0.01);
-    EXPECT_FLOAT_EQ(float(bad.threshold), 0.35f);
+    EXPECT_FLOAT_EQ(float(bad.threshold), 0.36f);
 }
 
 TEST(EnrollmentThresholdTest, PairsThatCannotBeComparedAreLeftOut)
@@ -454,7 +454,7 @@ TEST(EnrollmentThresholdTest, PairsThatCannotBeComparedAreLeftOut)
     const EnrollmentStatistics stats = EnrollmentStatistics::of({printAt(0), printAt(0), other});
     EXPECT_EQ(stats.maxPair, 0.0f);
     EXPECT_EQ(stats.mean, 0.0f);
-    EXPECT_FLOAT_EQ(float(stats.threshold), 0.34f);
+    EXPECT_FLOAT_EQ(float(stats.threshold), 0.35f);
 }
 
 } // namespace
