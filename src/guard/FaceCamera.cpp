@@ -245,8 +245,15 @@ void FaceCamera::setDevice(const QString &uniqueID)
 void FaceCamera::reevaluateDevice()
 {
     m_queue->async([this]() {
-        if (!m_configured)
+        if (!m_configured) {
+            // Capture is wanted but found no camera to open: take the one that came.
+            if (m_running) {
+                configureIfNeeded();
+                if (m_configured && onDeviceChange)
+                    onDeviceChange();
+            }
             return;
+        }
         const std::optional<CameraDevice> preferred = preferredDevice();
         if (!preferred)
             return;

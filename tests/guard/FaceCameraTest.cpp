@@ -223,11 +223,20 @@ TEST_F(FaceCameraTest, WithoutCameraEveryStartLogsAndTriesAgain)
     cam->start();
     ASSERT_TRUE(test::waitUntil([&]() { return logCount(line) == before + 2; }));
 
-    devices->plug(external); // not configured yet: the connection alone changes nothing
-    cam->start();
+    // Capture is wanted, so a camera that arrives is taken without another start,
+    // and the guard hears of it as of any automatic switch.
+    devices->plug(external);
     ASSERT_TRUE(test::waitUntil([&]() { return devices->isStreaming(external.uniqueID); }));
-    EXPECT_EQ(deviceChanges, 0);
+    EXPECT_TRUE(test::waitUntil([&]() { return deviceChanges == 1; }));
     EXPECT_FALSE(cam->usesBuiltinCamera());
+
+    // Stopped, a camera without a configuration waits for the next start.
+    cam->stop();
+    devices->unplug(external.uniqueID);
+    make({});
+    devices->plug(external);
+    test::processEventsFor(std::chrono::milliseconds(100));
+    EXPECT_FALSE(devices->isStreaming(external.uniqueID));
 }
 
 TEST_F(FaceCameraTest, CapsTheFrameRateOnlyWhereTheDeviceGoesDownToIt)
