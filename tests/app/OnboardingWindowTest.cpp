@@ -15,6 +15,7 @@
 #include "settings/ToneLabel.h"
 #include "support/FakeCameraAuthorization.h"
 #include "support/FakeLoginItem.h"
+#include "support/RealInput.h"
 #include "support/TestSupport.h"
 
 #include <QApplication>
@@ -34,40 +35,8 @@ using Status = CameraAuthorization::Status;
 
 namespace {
 
-bool hasWindowManager()
-{
-    QProcess xprop;
-    xprop.start(QStringLiteral("xprop"),
-                {QStringLiteral("-root"), QStringLiteral("_NET_SUPPORTING_WM_CHECK")});
-    xprop.waitForFinished();
-    return xprop.readAllStandardOutput().contains("window id");
-}
-
 // A window manager for the whole binary, so the window gets a real frame with
 // a close button that the tests can click like a person.
-class WindowManagerEnvironment : public ::testing::Environment
-{
-public:
-    void SetUp() override
-    {
-        if (QGuiApplication::platformName() != QLatin1String("xcb") || hasWindowManager())
-            return;
-        m_openbox.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
-        if (m_openbox.waitForStarted())
-            waitUntil(hasWindowManager);
-    }
-    void TearDown() override
-    {
-        if (m_openbox.state() == QProcess::NotRunning)
-            return;
-        m_openbox.terminate();
-        m_openbox.waitForFinished();
-    }
-
-private:
-    QProcess m_openbox;
-};
-
 [[maybe_unused]] const auto *const windowManager =
     ::testing::AddGlobalTestEnvironment(new WindowManagerEnvironment);
 
@@ -181,10 +150,7 @@ TEST_F(OnboardingTest, ClosingOnTheWelcomePageCompletesOnboardingAtOnce)
     ASSERT_EQ(frame.size(), 4) << "no window manager frame";
     ASSERT_GT(frame[2], 0);
     const QRect outer = window->frameGeometry();
-    QProcess::execute(QStringLiteral("xdotool"),
-                      {QStringLiteral("mousemove"), QString::number(outer.right() - frame[1] - 8),
-                       QString::number(outer.top() + frame[2] / 2), QStringLiteral("click"),
-                       QStringLiteral("1")});
+    clickAt({outer.right() - frame[1] - 8, outer.top() + frame[2] / 2});
     EXPECT_TRUE(waitUntil([&] { return settings.onboardingCompleted(); }));
     EXPECT_EQ(defaults.boolValue(QString::fromLatin1(AppSettings::onboardingCompletedKey)), true);
     EXPECT_EQ(controller.window(), nullptr);

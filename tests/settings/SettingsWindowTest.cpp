@@ -6,6 +6,7 @@
 #include "settings/SidebarRow.h"
 #include "settings/ToggleSwitch.h"
 #include "settings/ToneLabel.h"
+#include "support/RealInput.h"
 
 #include <QGuiApplication>
 #include <QProcess>
@@ -24,38 +25,6 @@ QPoint screenCentre()
 
 // A window manager for the whole binary when the display has none, so window
 // sizes and positions are negotiated as on a desktop.
-class WindowManagerEnvironment : public ::testing::Environment
-{
-public:
-    void SetUp() override
-    {
-        if (QGuiApplication::platformName() != QLatin1String("xcb") || hasWindowManager())
-            return;
-        m_openbox.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
-        if (m_openbox.waitForStarted())
-            waitUntil(hasWindowManager);
-    }
-    void TearDown() override
-    {
-        if (m_openbox.state() == QProcess::NotRunning)
-            return;
-        m_openbox.terminate();
-        m_openbox.waitForFinished();
-    }
-
-    static bool hasWindowManager()
-    {
-        QProcess xprop;
-        xprop.start(QStringLiteral("xprop"),
-                    {QStringLiteral("-root"), QStringLiteral("_NET_SUPPORTING_WM_CHECK")});
-        xprop.waitForFinished();
-        return xprop.readAllStandardOutput().contains("window id");
-    }
-
-private:
-    QProcess m_openbox;
-};
-
 [[maybe_unused]] const auto *const windowManager =
     ::testing::AddGlobalTestEnvironment(new WindowManagerEnvironment);
 
@@ -179,7 +148,7 @@ TEST_F(SettingsWindowTest, KeyboardWalksTheSidebarAndTheControlsAndEscapeCloses)
 
 TEST_F(SettingsWindowTest, TheWindowManagerCannotMakeItSmallerThanTheMinimum)
 {
-    if (!WindowManagerEnvironment::hasWindowManager()) {
+    if (!ensureWindowManager()) {
         if (inTestSession())
             FAIL() << "no window manager in the test session";
         GTEST_SKIP() << "needs an X display with a window manager";

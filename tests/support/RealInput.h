@@ -3,6 +3,8 @@
 #include <QPoint>
 #include <QString>
 
+#include <gtest/gtest.h>
+
 class QWidget;
 
 namespace veilora::test {
@@ -14,6 +16,13 @@ namespace veilora::test {
 // Starts a window manager (openbox) on the display unless one runs; it stays for
 // the rest of the process. False without an X display or when none starts.
 bool ensureWindowManager();
+
+// Starts the window manager for a whole test binary, before its first test.
+class WindowManagerEnvironment : public ::testing::Environment
+{
+public:
+    void SetUp() override { ensureWindowManager(); }
+};
 
 // Moves the pointer to the centre of `widget` (or to a point on the screen) and
 // clicks the left button.
