@@ -50,7 +50,7 @@ FaceEnrollSheet::FaceEnrollSheet(PrivacyGuard &guard, FaceCamera *previewCamera,
     auto *cameraRow = new QHBoxLayout;
     cameraRow->setSpacing(8);
     m_cameraLabel = new ToneLabel(QString(), 12, QFont::Normal, Theme::Tone::secondary);
-    m_camera = std::make_unique<VLDropdown<QString>::View>(cameraDropdownValue(), this);
+    m_camera = std::make_unique<VLDropdown<QString>::View>(cameraDropdownValue({}), this);
     m_camera->pill()->setFixedSize(cameraPickerWidth, cameraPickerHeight);
     cameraRow->addStretch();
     cameraRow->addWidget(m_cameraLabel);
@@ -176,10 +176,10 @@ void FaceEnrollSheet::setPhase(Phase phase)
     refresh();
 }
 
-VLDropdown<QString> FaceEnrollSheet::cameraDropdownValue() const
+VLDropdown<QString> FaceEnrollSheet::cameraDropdownValue(const std::vector<CameraOption> &options) const
 {
     VLDropdown<QString> dropdown;
-    for (const CameraOption &option : m_guard.cameraOptions())
+    for (const CameraOption &option : options)
         dropdown.options.emplace_back(option.uniqueID, option.localizedName);
     PrivacyGuard *guard = &m_guard;
     dropdown.selection = {[guard] { return guard->selectedCameraID(); },
@@ -192,7 +192,9 @@ void FaceEnrollSheet::refresh()
     setWindowTitle(text("pg.sheetTitle"));
     m_title->setText(text("pg.sheetTitle"));
     m_cameraLabel->setText(text("pg.camera"));
-    m_camera->update(cameraDropdownValue());
+    // Listing the cameras reads the system's devices: once per refresh.
+    const std::vector<CameraOption> cameras = m_guard.cameraOptions();
+    m_camera->update(cameraDropdownValue(cameras));
     m_cancel->update({text("common.cancel"), false, [this] { reject(); }});
     m_capture->update({text("pg.capture"), true, [this] { runCapture(); }});
     m_capture->button()->setEnabled(m_phase != Phase::capturing && m_phase != Phase::done);
@@ -203,7 +205,7 @@ void FaceEnrollSheet::refresh()
 
     if (m_guard.cameraDenied())
         m_preview->setPlaceholder(text("pg.camDenied"));
-    else if (m_guard.cameraOptions().empty())
+    else if (cameras.empty())
         m_preview->setPlaceholder(text("pg.noCamera"));
     else if (m_pictureOverdue)
         m_preview->setPlaceholder(text("pg.noPicture"));

@@ -2,6 +2,7 @@
 
 #include "controls/VLDropdown.h"
 #include "controls/VLPillButton.h"
+#include "guard/GuardCamera.h"
 
 #include <QDialog>
 
@@ -61,7 +62,7 @@ private:
     void setPhase(Phase phase);
     void refresh();
     void endPreview();
-    VLDropdown<QString> cameraDropdownValue() const;
+    VLDropdown<QString> cameraDropdownValue(const std::vector<CameraOption> &options) const;
 
     PrivacyGuard &m_guard;
     Phase m_phase = Phase::preview;
