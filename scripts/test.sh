@@ -9,13 +9,13 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 
 build="${VEILORA_TEST_BUILD_DIR:-$root/build-test}"
 
-# The face profile fuzzer needs clang's libFuzzer, so it is a small build of its own.
-cmake -S "$root/tests/guard/fuzz" -B "$build-fuzz" -G Ninja -DCMAKE_CXX_COMPILER=clang++ >/dev/null
+# The fuzzers need clang's libFuzzer, so they are a small build of their own.
+cmake -S "$root/tests/fuzz" -B "$build-fuzz" -G Ninja -DCMAKE_CXX_COMPILER=clang++ >/dev/null
 cmake --build "$build-fuzz"
 
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DVEILORA_SANITIZE=ON -DVEILORA_WERROR=ON -DVEILORA_BUILD_TESTS=ON \
-    -DVEILORA_FUZZER="$build-fuzz/face_profile_fuzz" >/dev/null
+    -DVEILORA_FUZZ_DIR="$build-fuzz" >/dev/null
 cmake --build "$build"
 
 exec dbus-run-session -- xvfb-run -a -s "-screen 0 1920x1080x24 +extension RANDR" \

@@ -1,12 +1,14 @@
 // The application's real subsystems behind the shell's services. Kept apart
 // from the shell itself so that tests link the shell without them.
 #include "app/CameraAccessHelp.h"
+#include "app/CloudParts.h"
 #include "app/FaceEnrollSheet.h"
 #include "app/OnboardingWindowController.h"
 #include "app/ShellServices.h"
 #include "guard/PrivacyGuard.h"
 #include "localization/L10n.h"
 #include "platform/LinuxCameraAuthorization.h"
+#include "platform/UserDefaults.h"
 #include "settings/AppSettings.h"
 #include "settings/SettingsWindowController.h"
 
@@ -46,34 +48,48 @@ void showCameraHelp(QWidget *parent)
     CameraAccessHelp::present(CameraHelpContext::live(), parent);
 }
 
+shell::Guard &liveGuard()
+{
+    static PrivacyGuardShell shell(PrivacyGuard::shared());
+    return shell;
+}
+
+AccountModel &accountModel()
+{
+    static CloudAccountModel model(CloudAccount::shared(), CloudSync::shared());
+    return model;
+}
+
 } // namespace
+
+CloudSync &CloudSync::shared()
+{
+    static LiveSyncedPreferences preferences(AppSettings::shared(), liveGuard());
+    static CloudSync *sync = new CloudSync(preferences, CloudAccount::shared(), UserDefaults::standard());
+    return *sync;
+}
 
 ShellServices ShellServices::live()
 {
     ShellServices services;
     services.startLocalization = [] { L10n::shared().bootstrap(); };
-    static const auto guard = []() -> shell::Guard & {
-        static PrivacyGuardShell shell(PrivacyGuard::shared());
-        return shell;
-    };
-    services.guard = guard;
+    services.guard = liveGuard;
     services.cameraAuthorization = &LinuxCameraAuthorization::shared();
     services.cameraBlockedBySystem = [] {
         return !LinuxCameraAuthorization::isSandboxed() &&
                LinuxCameraAuthorization::shared().devicesInaccessible();
     };
-    // Until their subsystems exist, these do nothing.
     services.startUpdater = [] {};
     services.checkForUpdates = [] {};
-    services.startCloudAccount = [] {};
-    services.handleCallback = [](const QUrl &) {};
-    services.startCloudSync = [] {};
+    services.startCloudAccount = [] { CloudAccount::shared().start(); };
+    services.handleCallback = [](const QUrl &url) { CloudAccount::shared().handleCallback(url); };
+    services.startCloudSync = [] { CloudSync::shared().start(); };
     services.subscribeCrashReporter = [] {};
     services.startTesterMode = [] {};
     static const auto showSettings = [](std::optional<SettingsTab> tab) {
         SettingsWindowController &controller = SettingsWindowController::shared();
-        controller.setServices({&guard(), &AppSettings::shared(), FaceEnrollSheet::present,
-                                &LinuxCameraAuthorization::shared(), showCameraHelp});
+        controller.setServices({&liveGuard(), &AppSettings::shared(), FaceEnrollSheet::present,
+                                &LinuxCameraAuthorization::shared(), showCameraHelp, &accountModel()});
         controller.show(tab);
     };
     services.showSettings = showSettings;

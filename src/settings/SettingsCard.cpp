@@ -22,9 +22,11 @@ void SettingsCard::addRow(QWidget *row)
     m_layout->addWidget(row);
 }
 
-void SettingsCard::addDivider()
+QWidget *SettingsCard::addDivider()
 {
-    m_layout->addWidget(new RowDivider(RowDivider::rowInset, this));
+    auto *divider = new RowDivider(RowDivider::rowInset, this);
+    m_layout->addWidget(divider);
+    return divider;
 }
 
 void SettingsCard::paintEvent(QPaintEvent *)

@@ -16,8 +16,8 @@ public:
     explicit SettingsCard(QWidget *parent = nullptr);
 
     void addRow(QWidget *row);
-    // A RowDivider, for between two rows.
-    void addDivider();
+    // A RowDivider, for between two rows; returned so it can hide with its row.
+    QWidget *addDivider();
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -6,6 +6,7 @@ class QWidget;
 
 namespace veilora {
 
+class AccountModel;
 class AppSettings;
 class CameraAuthorization;
 class GuardModel;
@@ -24,6 +25,8 @@ struct SettingsServices
     // Explains what keeps the camera away when asking cannot help (a refusal
     // given earlier, a missing group membership), over `parent`.
     std::function<void(QWidget *parent)> showCameraHelp = {};
+    // The cloud account and settings sync. Without it the Account tab shows only its title.
+    AccountModel *account = nullptr;
 
     bool isComplete() const { return guard && settings; }
 };

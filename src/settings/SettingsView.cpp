@@ -1,5 +1,6 @@
 #include "SettingsView.h"
 
+#include "AccountTab.h"
 #include "BlendScrollArea.h"
 #include "GeneralTab.h"
 #include "PermissionsTab.h"
@@ -122,6 +123,9 @@ QWidget *SettingsView::makeTabView(SettingsTab tab)
             return new PermissionsTab(m_services);
         break;
     case SettingsTab::account:
+        if (m_services.account)
+            return new AccountTab(m_services);
+        break;
     case SettingsTab::about:
         // Their content comes with their own subsystems; until then the pane
         // shows the tab's title and subtitle only.

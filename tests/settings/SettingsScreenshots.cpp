@@ -20,6 +20,7 @@
 #include "platform/UserDefaults.h"
 #include "platform/capture/FileCaptureDevices.h"
 #include "platform/display/LinuxDisplayServices.h"
+#include "settings/AccountModel.h"
 #include "settings/AppSettings.h"
 #include "settings/SettingsRouter.h"
 #include "settings/SettingsTabInfo.h"
@@ -180,6 +181,23 @@ int enrollmentShots(const QDir &out, const QString &language)
     return written;
 }
 
+// A signed-in account with sync on, for the pictures.
+class ShowcaseAccount : public AccountModel
+{
+public:
+    Keyring keyring() const override { return keyringState; }
+    bool signedIn() const override { return signedInState; }
+    QString email() const override { return QStringLiteral("ada@example.org"); }
+    bool syncEnabled() const override { return true; }
+    bool syncFailed() const override { return false; }
+    void signIn() override {}
+    void signOut() override {}
+    void setSyncEnabled(bool) override {}
+
+    Keyring keyringState = Keyring::available;
+    bool signedInState = true;
+};
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -209,9 +227,10 @@ int main(int argc, char **argv)
     guard.reportEnabled(true);
     guard.reportGraceSeconds(10);
     FakeCameraAuthorization camera;
+    ShowcaseAccount account;
     SettingsRouter router;
-    SettingsWindowController controller({&guard, &settings, [](QWidget *) {}, &camera, [](QWidget *) {}},
-                                        &router);
+    SettingsWindowController controller(
+        {&guard, &settings, [](QWidget *) {}, &camera, [](QWidget *) {}, &account}, &router);
 
     int written = 0;
     for (const QString &language : {QStringLiteral("en"), QStringLiteral("de"), QStringLiteral("ja")}) {
@@ -234,6 +253,24 @@ int main(int argc, char **argv)
     }
     settings.setLanguageCode(QStringLiteral("en"));
     L10n::shared().apply(QStringLiteral("en"));
+    // The Account tab signed out, and on a desktop without a keyring.
+    for (const auto &[keyring, name] : {std::pair{AccountModel::Keyring::available, "signed-out"},
+                                        std::pair{AccountModel::Keyring::missing, "no-keyring"}}) {
+        account.signedInState = false;
+        account.keyringState = keyring;
+        Q_EMIT account.changed();
+        for (const bool dark : {false, true}) {
+            QApplication::setPalette(dark ? Palettes::dark() : Palettes::light());
+            controller.show(SettingsTab::account);
+            settle();
+            const QString file =
+                QStringLiteral("settings-account-%1-%2-en.png")
+                    .arg(QString::fromLatin1(name), dark ? QStringLiteral("dark") : QStringLiteral("light"));
+            if (!controller.window()->grab().save(out.filePath(file)))
+                return 1;
+            ++written;
+        }
+    }
     camera.current = CameraAuthorization::Status::notDetermined;
     for (const bool dark : {false, true}) {
         QApplication::setPalette(dark ? Palettes::dark() : Palettes::light());

@@ -1,0 +1,12 @@
+#include "WebBrowser.h"
+
+#include <QDesktopServices>
+
+namespace veilora {
+
+bool openInWebBrowser(const QUrl &url)
+{
+    return QDesktopServices::openUrl(url);
+}
+
+} // namespace veilora
