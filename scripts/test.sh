@@ -18,5 +18,11 @@ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DVEILORA_FUZZ_DIR="$build-fuzz" >/dev/null
 cmake --build "$build"
 
+# --- Release package -------------------------------------------------------
+# The Debian packages are built and judged (lintian, file lists, control data)
+# in a release build of their own; see scripts/package.sh.
+"$root/scripts/package.sh"
+# ---------------------------------------------------------------------------
+
 exec dbus-run-session -- xvfb-run -a -s "-screen 0 1920x1080x24 +extension RANDR" \
     "$root/scripts/test-session.sh" "$build" "$@"

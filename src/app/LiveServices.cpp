@@ -2,9 +2,11 @@
 // from the shell itself so that tests link the shell without them.
 #include "app/CameraAccessHelp.h"
 #include "app/CloudParts.h"
+#include "app/DiagnosticsParts.h"
 #include "app/FaceEnrollSheet.h"
 #include "app/OnboardingWindowController.h"
 #include "app/ShellServices.h"
+#include "diagnostics/CrashReporter.h"
 #include "guard/PrivacyGuard.h"
 #include "localization/L10n.h"
 #include "platform/LinuxCameraAuthorization.h"
@@ -54,6 +56,21 @@ shell::Guard &liveGuard()
     return shell;
 }
 
+TesterModel &testerModel()
+{
+    static TesterModeModel model(TesterMode::shared());
+    return model;
+}
+
+// Only builds with an update feed have an updater.
+UpdaterModel *updaterModel()
+{
+    if (!UpdaterController::isConfigured())
+        return nullptr;
+    static UpdaterControllerModel model(UpdaterController::shared());
+    return &model;
+}
+
 AccountModel &accountModel()
 {
     static CloudAccountModel model(CloudAccount::shared(), CloudSync::shared());
@@ -79,17 +96,18 @@ ShellServices ShellServices::live()
         return !LinuxCameraAuthorization::isSandboxed() &&
                LinuxCameraAuthorization::shared().devicesInaccessible();
     };
-    services.startUpdater = [] {};
-    services.checkForUpdates = [] {};
+    services.startUpdater = [] { UpdaterController::shared().start(); };
+    services.checkForUpdates = [] { UpdaterController::shared().checkForUpdates(); };
     services.startCloudAccount = [] { CloudAccount::shared().start(); };
     services.handleCallback = [](const QUrl &url) { CloudAccount::shared().handleCallback(url); };
     services.startCloudSync = [] { CloudSync::shared().start(); };
-    services.subscribeCrashReporter = [] {};
-    services.startTesterMode = [] {};
+    services.subscribeCrashReporter = [] { CrashReporter::shared().subscribe(); };
+    services.startTesterMode = [] { TesterMode::shared().start(); };
     static const auto showSettings = [](std::optional<SettingsTab> tab) {
         SettingsWindowController &controller = SettingsWindowController::shared();
         controller.setServices({&liveGuard(), &AppSettings::shared(), FaceEnrollSheet::present,
-                                &LinuxCameraAuthorization::shared(), showCameraHelp, &accountModel()});
+                                &LinuxCameraAuthorization::shared(), showCameraHelp, &accountModel(),
+                                &testerModel(), updaterModel()});
         controller.show(tab);
     };
     services.showSettings = showSettings;

@@ -11,6 +11,8 @@
 #include "platform/UrlSchemeRegistration.h"
 #include "platform/UserDefaults.h"
 #include "platform/capture/CaptureDevices.h"
+#include "platform/crash/CrashCapture.h"
+#include "platform/crash/CrashForTesting.h"
 #include "settings/AppSettings.h"
 #include "shield/ShieldPlatform.h"
 
@@ -44,6 +46,7 @@ bool hasDisplay()
 int main(int argc, char **argv)
 {
     DebugLog::install();
+    CrashCapture::install();
     const QStringList args = plainArguments(argc, argv);
     QTextStream out(stdout);
     QTextStream err(stderr);
@@ -70,6 +73,9 @@ int main(int argc, char **argv)
                                                       : std::make_unique<QCoreApplication>(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Veilora"));
     QCoreApplication::setOrganizationName(QStringLiteral("Norvane"));
+    // A hook for the crash tests (tests/diagnostics/CrashJourneyTest.cpp).
+    if (const auto kind = crashKindFromName(qEnvironmentVariable(crashForTestingVariable)))
+        crashForTesting(*kind);
 
     const LaunchOptions options = parseLaunchOptions(QCoreApplication::arguments().mid(1));
     if (!options.error.isEmpty()) {

@@ -1,10 +1,10 @@
 #include "CloudAccount.h"
 
-#include "CloudConfig.h"
 #include "Keychain.h"
 #include "SignInCallback.h"
 #include "VendorJson.h"
 #include "platform/EventLog.h"
+#include "platform/VendorServer.h"
 #include "platform/WebBrowser.h"
 
 #include <QCryptographicHash>
@@ -203,8 +203,8 @@ void CloudAccount::signOut()
         [](const std::optional<QString> &token) {
             if (!token)
                 return;
-            VendorApi::send(&VendorApi::network(), "POST", QStringLiteral("app/logout"), token, QJsonObject(),
-                            [](const VendorResponse &) {});
+            VendorApi::send(&VendorServer::network(), "POST", QStringLiteral("app/logout"), token,
+                            QJsonObject(), [](const VendorResponse &) {});
         });
     Keychain::enqueue([] {
         Keychain::remove(tokenKey);
@@ -238,7 +238,7 @@ QString CloudAccount::challenge(const QString &verifier)
 
 QUrl CloudAccount::connectURL(const QString &challenge, const QString &state)
 {
-    QUrl url = CloudConfig::baseURL();
+    QUrl url = VendorServer::baseURL();
     url.setPath(QStringLiteral("/app/connect"));
     QUrlQuery query;
     query.addQueryItem(QStringLiteral("app"), QString::fromLatin1(appName));

@@ -1,15 +1,11 @@
 #pragma once
 
 #include <QJsonObject>
-#include <QNetworkRequest>
 #include <QObject>
 #include <QString>
-#include <QUrl>
 
 #include <functional>
 #include <optional>
-
-class QNetworkAccessManager;
 
 namespace veilora {
 
@@ -32,23 +28,14 @@ struct VendorResponse
     bool isSuccess() const { return outcome == Outcome::http && status >= 200 && status <= 299; }
 };
 
-// The request form of every call to the vendor's web server: `<base>/api/<path>`,
-// 60 s time-out, "Authorization: Bearer" when a token is given, compact JSON
-// bodies. Main thread only (one shared network access manager).
+// The account's and sync's requests to the vendor's web server, in its request
+// form (platform/VendorServer). Main thread only.
 namespace VendorApi {
 
-inline constexpr int timeoutMs = 60 * 1000;
-
-// `<base>/api/<path>`; an inner slash in `path` stays ("sync/veilora").
-QUrl apiURL(const QString &path);
-
-QNetworkRequest request(const QUrl &url, const std::optional<QString> &token, bool jsonBody);
-
-// Sends and calls `done` on the main thread, unless `owner` is gone by then.
+// Sends to `<base>/api/<path>` and calls `done` on the main thread, unless
+// `owner` is gone by then.
 void send(QObject *owner, const QByteArray &method, const QString &path, const std::optional<QString> &token,
           const std::optional<QJsonObject> &body, std::function<void(const VendorResponse &)> done);
-
-QNetworkAccessManager &network();
 
 } // namespace VendorApi
 

@@ -3,6 +3,7 @@
 #include "platform/BundleInfo.h"
 #include "platform/EventLog.h"
 #include "platform/FilePrivacy.h"
+#include "platform/ProcessJournal.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -67,6 +68,9 @@ QString DebugLog::directory()
 
 void DebugLog::log(const QString &message)
 {
+    // The journal keeps a copy, which a tester's upload exports with the
+    // entries libraries and the system wrote for this process.
+    ProcessJournal::write(QStringLiteral("debug"), message);
     const QByteArray line = (QDateTime::currentDateTimeUtc().toString(Qt::ISODate) + QLatin1Char(' ') +
                              message + QLatin1Char('\n'))
                                 .toUtf8();

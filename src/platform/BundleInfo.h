@@ -18,6 +18,7 @@ public:
     static constexpr const char *identifierKey = "CFBundleIdentifier";
     static constexpr const char *feedURLKey = "SUFeedURL";
     static constexpr const char *serverURLKey = "VLServerBaseURL";
+    static constexpr const char *updatePublicKeyKey = "SUPublicEDKey";
 
     explicit BundleInfo(QVariantMap info);
 
@@ -29,6 +30,7 @@ public:
     std::optional<QString> identifier() const { return value(QString::fromLatin1(identifierKey)); }
     std::optional<QString> feedURL() const { return value(QString::fromLatin1(feedURLKey)); }
     std::optional<QString> serverURL() const { return value(QString::fromLatin1(serverURLKey)); }
+    std::optional<QString> updatePublicKey() const { return value(QString::fromLatin1(updatePublicKeyKey)); }
 
     const QVariantMap &dictionary() const { return m_info; }
 

@@ -9,6 +9,8 @@ namespace veilora {
 class AccountModel;
 class AppSettings;
 class CameraAuthorization;
+class TesterModel;
+class UpdaterModel;
 class GuardModel;
 
 // What the settings window works on, handed in by the application (or a test).
@@ -27,6 +29,10 @@ struct SettingsServices
     std::function<void(QWidget *parent)> showCameraHelp = {};
     // The cloud account and settings sync. Without it the Account tab shows only its title.
     AccountModel *account = nullptr;
+    // Tester mode, switched by the hidden gesture on the sidebar's icon.
+    TesterModel *tester = nullptr;
+    // Only in builds with an update feed: the About tab's update row.
+    UpdaterModel *updater = nullptr;
 
     bool isComplete() const { return guard && settings; }
 };

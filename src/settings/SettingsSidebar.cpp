@@ -6,6 +6,7 @@
 #include "SettingsRouter.h"
 #include "SettingsTabInfo.h"
 #include "SidebarRow.h"
+#include "TesterModeIcon.h"
 #include "Theme.h"
 #include "ToneLabel.h"
 #include "localization/L10n.h"
@@ -31,14 +32,16 @@ QString versionText()
 }
 
 // The product's icon, name and version at the foot of the sidebar.
-QWidget *makeFooter()
+QWidget *makeFooter(TesterModel *tester)
 {
     auto *footer = new QWidget;
     auto *layout = new QHBoxLayout(footer);
     layout->setContentsMargins(10, 12, 10, 14);
     layout->setSpacing(5);
-    // The tester-mode icon takes this place once tester mode exists.
-    layout->addWidget(new AppIconView(52), 0, Qt::AlignVCenter);
+    if (tester)
+        layout->addWidget(new TesterModeIcon(52, *tester), 0, Qt::AlignVCenter);
+    else
+        layout->addWidget(new AppIconView(52), 0, Qt::AlignVCenter);
 
     auto *text = new QVBoxLayout;
     text->setSpacing(1);
@@ -66,7 +69,7 @@ QWidget *makeGroupDivider()
 
 } // namespace
 
-SettingsSidebar::SettingsSidebar(SettingsRouter &router, QWidget *parent)
+SettingsSidebar::SettingsSidebar(SettingsRouter &router, TesterModel *tester, QWidget *parent)
     : QWidget(parent)
     , m_router(router)
     , m_header(new ToneLabel(QString(), 12, QFont::DemiBold, Theme::Tone::secondary))
@@ -98,7 +101,7 @@ SettingsSidebar::SettingsSidebar(SettingsRouter &router, QWidget *parent)
         m_rows.emplace(tab, row);
     }
     rows->addStretch(1);
-    rows->addWidget(makeFooter());
+    rows->addWidget(makeFooter(tester));
 
     auto *scroller = new BlendScrollArea;
     scroller->setContent(list);

@@ -15,13 +15,17 @@ class ToneLabel;
 // The settings window's tab list: a "Settings" header, one row per tab with
 // dividers between the groups, and the product's icon, name and version at the
 // foot. It is one keyboard stop: Up and Down (Home, End) move between the tabs.
+class TesterModel;
+
 class SettingsSidebar : public QWidget
 {
     Q_OBJECT
 public:
     static constexpr int sidebarWidth = 212;
 
-    explicit SettingsSidebar(SettingsRouter &router, QWidget *parent = nullptr);
+    // With a tester model the footer's icon also takes the tester-mode gesture.
+    explicit SettingsSidebar(SettingsRouter &router, TesterModel *tester = nullptr,
+                             QWidget *parent = nullptr);
 
     SidebarRow *row(SettingsTab tab) const;
     void retranslate();

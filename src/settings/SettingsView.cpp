@@ -1,5 +1,6 @@
 #include "SettingsView.h"
 
+#include "AboutTab.h"
 #include "AccountTab.h"
 #include "BlendScrollArea.h"
 #include "GeneralTab.h"
@@ -30,7 +31,7 @@ SettingsView::SettingsView(SettingsServices services, SettingsRouter &router, QW
     : QWidget(parent)
     , m_services(std::move(services))
     , m_router(router)
-    , m_sidebar(new SettingsSidebar(router))
+    , m_sidebar(new SettingsSidebar(router, m_services.tester))
     , m_title(new ToneLabel(QString(), 22, QFont::Bold, Theme::Tone::primary))
     , m_subtitle(new ToneLabel(QString(), 13, QFont::Normal, Theme::Tone::secondary))
     , m_scroller(new BlendScrollArea)
@@ -127,9 +128,7 @@ QWidget *SettingsView::makeTabView(SettingsTab tab)
             return new AccountTab(m_services);
         break;
     case SettingsTab::about:
-        // Their content comes with their own subsystems; until then the pane
-        // shows the tab's title and subtitle only.
-        break;
+        return new AboutTab(m_services);
     }
     auto *empty = new QWidget;
     empty->setObjectName(QStringLiteral("emptyTab"));

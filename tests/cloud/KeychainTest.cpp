@@ -1,7 +1,7 @@
 // The keychain on the session's real Secret Service (GNOME Keyring).
 #include "CloudTestSupport.h"
-#include "cloud/CloudConfig.h"
 #include "platform/SecretServiceStore.h"
+#include "platform/VendorServer.h"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -96,19 +96,19 @@ TEST_F(KeychainTest, TheDeviceIdentifierIsMadeOnceAndWorkRunsOffTheGuiThreadInOr
 
 namespace {
 
-TEST(CloudConfigTest, OnlyHttpsOriginsOrLoopbackHttpAreServerAddresses)
+TEST(VendorServerTest, OnlyHttpsOriginsOrLoopbackHttpAreServerAddresses)
 {
-    EXPECT_EQ(CloudConfig::parseBaseURL(QStringLiteral("https://sync.example.org/")),
+    EXPECT_EQ(VendorServer::parseBaseURL(QStringLiteral("https://sync.example.org/")),
               QUrl(QStringLiteral("https://sync.example.org")));
-    EXPECT_EQ(CloudConfig::parseBaseURL(QStringLiteral(" https://sync.example.org:8443 ")),
+    EXPECT_EQ(VendorServer::parseBaseURL(QStringLiteral(" https://sync.example.org:8443 ")),
               QUrl(QStringLiteral("https://sync.example.org:8443")));
     for (const char *local : {"http://127.0.0.1:8080", "http://localhost:1", "http://[::1]:9"})
-        EXPECT_TRUE(CloudConfig::parseBaseURL(QString::fromLatin1(local)).has_value()) << local;
+        EXPECT_TRUE(VendorServer::parseBaseURL(QString::fromLatin1(local)).has_value()) << local;
     for (const char *refused :
          {"", "sync.example.org", "http://sync.example.org", "http://10.0.0.1", "ftp://sync.example.org",
           "https://sync.example.org/api", "https://sync.example.org?x=1", "https://user:pw@sync.example.org",
           "https://sync.example.org#top", "javascript:alert(1)", "https://", "file:///etc/passwd"})
-        EXPECT_FALSE(CloudConfig::parseBaseURL(QString::fromLatin1(refused)).has_value()) << refused;
+        EXPECT_FALSE(VendorServer::parseBaseURL(QString::fromLatin1(refused)).has_value()) << refused;
 }
 
 } // namespace

@@ -26,6 +26,7 @@
 #include "settings/SettingsTabInfo.h"
 #include "settings/SettingsWindow.h"
 #include "settings/SettingsWindowController.h"
+#include "settings/UpdaterModel.h"
 #include "support/FakeCameraAccessHelpLauncher.h"
 #include "support/FakeCameraAuthorization.h"
 
@@ -198,6 +199,15 @@ public:
     bool signedInState = true;
 };
 
+// A build with an update feed, for the About tab's update row.
+class ShowcaseUpdater : public UpdaterModel
+{
+public:
+    bool automaticallyChecksForUpdates() const override { return true; }
+    void setAutomaticallyChecksForUpdates(bool) override {}
+    void checkForUpdates() override {}
+};
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -228,9 +238,11 @@ int main(int argc, char **argv)
     guard.reportGraceSeconds(10);
     FakeCameraAuthorization camera;
     ShowcaseAccount account;
+    ShowcaseUpdater updater;
     SettingsRouter router;
     SettingsWindowController controller(
-        {&guard, &settings, [](QWidget *) {}, &camera, [](QWidget *) {}, &account}, &router);
+        {&guard, &settings, [](QWidget *) {}, &camera, [](QWidget *) {}, &account, nullptr, &updater},
+        &router);
 
     int written = 0;
     for (const QString &language : {QStringLiteral("en"), QStringLiteral("de"), QStringLiteral("ja")}) {

@@ -2,8 +2,10 @@
 
 #include "TestSupport.h"
 
+#include <QFile>
 #include <QGuiApplication>
 #include <QProcess>
+#include <QTemporaryDir>
 #include <QWidget>
 
 #include <csignal>
@@ -21,15 +23,9 @@ QByteArray run(const QString &program, const QStringList &args)
     return process.readAllStandardOutput();
 }
 
-// Openbox announces itself before it manages windows; the client stacking list
-// comes at the end of its start-up.
-bool hasWindowManager()
+QByteArray rootProperty(const char *name)
 {
-    return run(QStringLiteral("xprop"), {QStringLiteral("-root"), QStringLiteral("_NET_SUPPORTING_WM_CHECK")})
-               .contains("window id") &&
-           run(QStringLiteral("xprop"),
-               {QStringLiteral("-root"), QStringLiteral("_NET_CLIENT_LIST_STACKING")})
-               .contains("window id");
+    return run(QStringLiteral("xprop"), {QStringLiteral("-root"), QString::fromLatin1(name)});
 }
 
 } // namespace
@@ -38,16 +34,24 @@ bool ensureWindowManager()
 {
     if (QGuiApplication::platformName() != QLatin1String("xcb"))
         return false;
-    if (hasWindowManager())
-        return true;
-    // Never stopped: it goes with this process (or with the test's X server).
-    static auto *openbox = [] {
+    // Each test process runs its own, replacing any other: the one of the test
+    // binary before may still be on its way out, and a window mapped while it
+    // goes would never be shown.
+    static QProcess *openbox = [] {
+        // Openbox runs its start-up command once it manages windows.
+        static QTemporaryDir folder;
+        const QString ready = folder.filePath(QStringLiteral("openbox-ready"));
         auto *process = new QProcess;
         process->setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
-        process->start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+        process->start(QStringLiteral("openbox"),
+                       {QStringLiteral("--replace"), QStringLiteral("--sm-disable"),
+                        QStringLiteral("--startup"), QStringLiteral("touch '%1'").arg(ready)});
+        if (process->waitForStarted())
+            waitUntil([&] { return QFile::exists(ready); });
         return process;
     }();
-    return openbox->waitForStarted() && waitUntil(hasWindowManager);
+    return openbox->state() == QProcess::Running &&
+           rootProperty("_NET_SUPPORTING_WM_CHECK").contains("window id");
 }
 
 void clickAt(const QPoint &global)

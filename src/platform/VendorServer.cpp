@@ -1,11 +1,16 @@
-#include "CloudConfig.h"
+#include "VendorServer.h"
 
-#include "platform/BundleInfo.h"
-#include "platform/EventLog.h"
+#include "BundleInfo.h"
+#include "EventLog.h"
+#include "MainThread.h"
 
 #include <QHostAddress>
+#include <QJsonDocument>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QSslConfiguration>
 
-namespace veilora::CloudConfig {
+namespace veilora::VendorServer {
 
 namespace {
 
@@ -21,7 +26,7 @@ QUrl resolveBaseURL()
 {
     if (const QByteArray text = qgetenv(overrideVariable); !text.isEmpty()) {
         if (const auto url = parseBaseURL(QString::fromUtf8(text))) {
-            EventLog::write(QStringLiteral("Cloud server from %1: %2")
+            EventLog::write(QStringLiteral("Vendor server from %1: %2")
                                 .arg(QString::fromLatin1(overrideVariable), url->toString()));
             return *url;
         }
@@ -58,6 +63,13 @@ const QUrl &baseURL()
     return url;
 }
 
+QUrl apiURL(const QString &path)
+{
+    QUrl url = baseURL();
+    url.setPath(QStringLiteral("/api/") + path);
+    return url;
+}
+
 const QList<QSslCertificate> &extraCertificateAuthorities()
 {
     static const QList<QSslCertificate> certificates = [] {
@@ -67,7 +79,7 @@ const QList<QSslCertificate> &extraCertificateAuthorities()
         const QList<QSslCertificate> read = QSslCertificate::fromPath(path, QSsl::Pem);
         EventLog::write(read.isEmpty() ? QStringLiteral("No certificate authority readable from %1").arg(path)
                                        : QStringLiteral("Trusting %1 certificate authorities from %2 for the "
-                                                        "cloud server")
+                                                        "vendor server")
                                              .arg(read.size())
                                              .arg(path));
         return read;
@@ -75,4 +87,39 @@ const QList<QSslCertificate> &extraCertificateAuthorities()
     return certificates;
 }
 
-} // namespace veilora::CloudConfig
+QNetworkRequest request(const QUrl &url, const std::optional<QString> &token, bool jsonBody)
+{
+    QNetworkRequest request(url);
+    request.setTransferTimeout(timeoutMs);
+    if (token)
+        request.setRawHeader("Authorization", "Bearer " + token->toUtf8());
+    if (jsonBody)
+        request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
+    if (const auto &authorities = extraCertificateAuthorities(); !authorities.isEmpty()) {
+        QSslConfiguration tls = request.sslConfiguration();
+        tls.addCaCertificates(authorities);
+        request.setSslConfiguration(tls);
+    }
+    return request;
+}
+
+QNetworkAccessManager &network()
+{
+    static QNetworkAccessManager *manager = new QNetworkAccessManager(QCoreApplication::instance());
+    return *manager;
+}
+
+void postAndForget(const QString &path, const QJsonObject &body)
+{
+    const QByteArray payload = QJsonDocument(body).toJson(QJsonDocument::Compact);
+    const auto post = [path, payload] {
+        QNetworkReply *reply = network().post(request(apiURL(path), std::nullopt, true), payload);
+        QObject::connect(reply, &QNetworkReply::finished, reply, &QObject::deleteLater);
+    };
+    if (isMainThread())
+        post();
+    else
+        runOnMain(post);
+}
+
+} // namespace veilora::VendorServer
