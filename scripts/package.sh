@@ -94,6 +94,7 @@ doc() {
     echo "$man ./usr/share/lintian/overrides/$1"
 }
 app_files=("-rwxr-xr-x ./usr/bin/veilora"
+    "$man ./usr/lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)/veilora/veilora-video.so"
     "$man ./usr/share/applications/veilora.desktop"
     "$man ./usr/share/icons/hicolor/scalable/apps/veilora.svg"
     "$man ./usr/share/man/man1/veilora.1.gz"

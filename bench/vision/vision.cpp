@@ -202,7 +202,7 @@ int main(int argc, char **argv)
     std::printf("model load (three networks): %.1f ms\n", loadMs);
     analysisFigures(vision);
 
-    std::printf("camera sampler on the file source (franck.mp4, capped to 5 fps), whole process:\n");
+    std::printf("camera sampler on the file source (franck.mp4, every frame decoded), whole process:\n");
     cameraShare(2.0, seconds, QStringLiteral("user present, 2.0 s interval"));
     cameraShare(0.6, seconds, QStringLiteral("user away, 0.6 s interval"));
     cameraShare(1e9, seconds, QStringLiteral("video playback alone"));

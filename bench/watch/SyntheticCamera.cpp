@@ -131,6 +131,9 @@ void SyntheticCaptureSource::readFrame()
     uint64_t exposed = 0;
     if (::read(m_ready, &exposed, sizeof exposed) != sizeof exposed || exposed == 0)
         return;
+    m_scene->framesExposed.fetch_add(long(exposed));
+    if (!frameWanted())
+        return;
     const std::shared_ptr<const std::vector<uchar>> yuyv = m_scene->yuyv();
     VideoFrame frame;
     if (yuyv) {
@@ -141,7 +144,7 @@ void SyntheticCaptureSource::readFrame()
         cv::cvtColor(raw, target, cv::COLOR_YUV2BGRA_YUYV);
         m_frame = frame.image;
     }
-    m_scene->framesDelivered.fetch_add(1);
+    m_scene->framesRead.fetch_add(1);
     if (onFrame)
         onFrame(frame);
 }

@@ -3,7 +3,8 @@
 // A webcam without the hardware: raw frames at the rate it is set to, paced by
 // a sensor thread of its own and picked up on the capture thread through a file
 // descriptor, as a V4L2 device's are, so the process pays what it pays for a real
-// camera (the wake-ups and the YUYV to BGRA conversion) and nothing for decoding.
+// camera (the wake-ups and the YUYV to BGRA conversion of the frames it wants)
+// and nothing for decoding.
 
 #include "platform/capture/CaptureDevices.h"
 
@@ -29,7 +30,8 @@ public:
     void show(const QImage &picture);
     std::shared_ptr<const std::vector<uchar>> yuyv() const;
 
-    std::atomic<long> framesDelivered{0};
+    std::atomic<long> framesExposed{0}; // by the sensor
+    std::atomic<long> framesRead{0};    // and converted for the process
 
 private:
     mutable QMutex m_lock;

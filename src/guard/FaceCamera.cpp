@@ -74,10 +74,20 @@ void FaceCamera::configureIfNeeded()
         log(QStringLiteral("カメラ入力を構成できません"));
         return;
     }
-    applyFrameRate(*input);
     useInput(std::move(input));
     log(QStringLiteral("カメラ: ") + device->localizedName);
     m_configured = true;
+}
+
+void FaceCamera::setSampleInterval(double seconds)
+{
+    // The guard sets it after every sample; only a change reaches the camera.
+    if (m_sampleInterval.exchange(seconds) == seconds)
+        return;
+    m_queue->async([this]() {
+        if (m_input)
+            applyFrameRate(*m_input);
+    });
 }
 
 void FaceCamera::setPreviewing(bool on)
@@ -91,27 +101,47 @@ void FaceCamera::setPreviewing(bool on)
     });
 }
 
+double FaceCamera::captureRate(const std::vector<FrameRateRange> &ranges, double interval, bool previewing)
+{
+    double fastest = 0;
+    for (const FrameRateRange &range : ranges)
+        fastest = std::max(fastest, range.maxFrameRate);
+    if (previewing || fastest <= 0)
+        return fastest;
+    const double needed = interval > 0 ? std::min(framesPerInterval / interval, frameRateCap) : frameRateCap;
+    // The slowest rate offered at or above `needed`, else the fastest there is.
+    double rate = fastest;
+    for (const FrameRateRange &range : ranges) {
+        const double lowest = std::max(range.minFrameRate, needed);
+        if (lowest <= range.maxFrameRate)
+            rate = std::min(rate, lowest);
+    }
+    return rate;
+}
+
 void FaceCamera::applyFrameRate(CaptureSource &source)
 {
-    const std::vector<FrameRateRange> ranges = source.frameRateRanges();
-    if (ranges.empty())
+    const double rate = captureRate(source.frameRateRanges(), sampleInterval(), m_previewing);
+    if (rate <= 0 || rate == m_captureRate)
         return;
-    double rate = frameRateCap;
-    if (m_previewing) {
-        rate = 0;
-        for (const FrameRateRange &range : ranges)
-            rate = std::max(rate, range.maxFrameRate);
-    } else if (ranges.front().minFrameRate > frameRateCap) {
-        // Left at its own rate unless a preview raised it: then as slow as it goes.
-        if (!m_rateRaised)
-            return;
-        rate = ranges.front().minFrameRate;
-    }
     QString error;
     if (source.setFrameRate(rate, &error))
-        m_rateRaised = m_previewing;
+        m_captureRate = rate;
     else
         log(QStringLiteral("fps 制限失敗: ") + error);
+}
+
+bool FaceCamera::frameWanted(WallTime now) const
+{
+    return m_previewing || m_awaitingFirstFrame || analysisDue(now);
+}
+
+bool FaceCamera::analysisDue(WallTime now) const
+{
+    // Frames come at 1/rate steps that jitter: half a step early is on time,
+    // or a 2.0 s interval at 2 fps would often wait for the next one.
+    const double slack = m_captureRate > 0 ? 0.5 / m_captureRate : 0;
+    return secondsBetween(m_lastProcess, now) + slack >= sampleInterval();
 }
 
 void FaceCamera::useInput(std::unique_ptr<CaptureSource> input)
@@ -120,6 +150,9 @@ void FaceCamera::useInput(std::unique_ptr<CaptureSource> input)
         m_input->stop();
     m_input = std::move(input);
     m_awaitingFirstFrame = true;
+    m_captureRate = 0; // a fresh device runs at its own rate until asked
+    applyFrameRate(*m_input);
+    m_input->wantsFrame = [this]() { return frameWanted(m_clock.now()); };
     m_input->onFrame = [this](const VideoFrame &frame) { captureOutput(frame); };
     {
         QMutexLocker lock(&m_inputLock);
@@ -141,7 +174,7 @@ void FaceCamera::captureOutput(const VideoFrame &frame)
         m_awaitingFirstFrame = false;
         m_deliveringSince = now;
     }
-    if (secondsBetween(m_lastProcess, now) < sampleInterval())
+    if (!analysisDue(now))
         return;
     m_lastProcess = now;
     FaceSample sample = facePrints(*m_vision, frame.image, maxFaces);
@@ -270,8 +303,6 @@ bool FaceCamera::switchTo(const CameraDevice &device, const QString &logPrefix)
     std::unique_ptr<CaptureSource> input = m_devices->open(device);
     if (!input)
         return false;
-    m_rateRaised = false; // a fresh device runs at its own rate
-    applyFrameRate(*input);
     useInput(std::move(input));
     log(logPrefix + device.localizedName);
     return true;

@@ -32,6 +32,11 @@ class FaceCamera : public QObject
 public:
     static constexpr int maxFaces = 3;
     static constexpr double faceBoxGrowth = 0.3; // of the box's size, on each side
+    // Outside a preview the camera is asked for the slowest rate it offers that
+    // still brings `framesPerInterval` frames per sampling interval, and never
+    // more than `frameRateCap`: an analysed frame is then at most a quarter of an
+    // interval old, and no more than five frames a second wake the camera queue.
+    static constexpr double framesPerInterval = 4.0;
     static constexpr double frameRateCap = 5.0;
     static constexpr double initialSampleInterval = 0.6;
     // Samples this soon after the source began delivering (each start and each
@@ -61,11 +66,16 @@ public:
 
     // Minimum seconds between analysed frames.
     double sampleInterval() const { return m_sampleInterval.load(); }
-    void setSampleInterval(double seconds) { m_sampleInterval.store(seconds); }
+    void setSampleInterval(double seconds);
 
-    // While on, frames come at the fastest rate the camera offers, for a live
-    // picture; off returns to `frameRateCap`. Kept across camera switches.
+    // While on, every frame is converted and comes at the fastest rate the camera
+    // offers, for a live picture; off returns to the rate the sampling needs.
+    // Kept across camera switches.
     void setPreviewing(bool on);
+
+    // The frame rate to ask of a camera offering `ranges` (0 for none: it does
+    // not tell), sampled every `interval` seconds.
+    static double captureRate(const std::vector<FrameRateRange> &ranges, double interval, bool previewing);
 
     // Finds the faces of `frame` and prints the `maxFaces` largest ones, each from
     // its box grown by `faceBoxGrowth` per side and clipped to the frame.
@@ -81,13 +91,15 @@ public:
     void reevaluateDevice();
 
 Q_SIGNALS:
-    // Every frame the camera delivers, analysed or not, on the camera queue: for
-    // a live preview (connect with a queued connection).
+    // Every frame converted, on the camera queue: all of them while previewing,
+    // else the analysed ones. For a live picture (connect with a queued connection).
     void frameDelivered(const QImage &frame);
 
 private:
     void configureIfNeeded();
     void applyFrameRate(CaptureSource &source);
+    bool frameWanted(WallTime now) const; // to be converted at all
+    bool analysisDue(WallTime now) const;
     void useInput(std::unique_ptr<CaptureSource> input);
     bool switchTo(const CameraDevice &device, const QString &logPrefix); // on the queue
     void captureOutput(const VideoFrame &frame);
@@ -105,7 +117,7 @@ private:
     bool m_configured = false;
     bool m_running = false;
     bool m_previewing = false;
-    bool m_rateRaised = false; // the input runs above the cap for a preview
+    double m_captureRate = 0; // asked of m_input and granted; 0 before that
     bool m_awaitingFirstFrame = true;
     WallTime m_deliveringSince = distantPast;
     WallTime m_lastProcess = distantPast;

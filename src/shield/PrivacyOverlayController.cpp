@@ -13,7 +13,21 @@
 #include <QScreen>
 #include <QTimer>
 
+#include <algorithm>
+
 namespace veilora {
+
+namespace {
+
+void giveBackdrop(ShieldWindow &window, std::shared_ptr<const FrostedBackdrop> backdrop)
+{
+    if (window.kind() == ShieldWindow::Kind::overlay)
+        static_cast<ShieldOverlayView *>(window.content())->setBackdrop(std::move(backdrop));
+    else
+        window.setBackdrop(std::move(backdrop));
+}
+
+} // namespace
 
 PrivacyOverlayController::PrivacyOverlayController(QObject *parent)
     : PrivacyOverlayController(LocalNotificationCenter::defaultCenter(),
@@ -57,14 +71,16 @@ PrivacyOverlayController::~PrivacyOverlayController()
 {
     // The prompt first: closing it still talks to the stack.
     delete m_prompt;
-    for (const QPointer<QWidget> &window : std::as_const(m_windows))
+    for (const QPointer<ShieldWindow> &window : std::as_const(m_windows))
         delete window.data();
 }
 
 QList<QWidget *> PrivacyOverlayController::windows() const
 {
     QList<QWidget *> windows;
-    for (const QPointer<QWidget> &window : m_windows) {
+    if (!m_up)
+        return windows;
+    for (const QPointer<ShieldWindow> &window : m_windows) {
         if (window)
             windows.append(window);
     }
@@ -93,22 +109,45 @@ QRect PrivacyOverlayController::pillGeometry(const QRect &screen)
 
 void PrivacyOverlayController::show()
 {
-    if (!m_windows.isEmpty())
+    if (m_up)
         return;
     showWith(FrostedBackdrop::capture(QGuiApplication::screens()));
 }
 
 void PrivacyOverlayController::showWith(std::shared_ptr<const FrostedBackdrop> backdrop)
 {
+    QList<QRect> arrangement;
+    for (QScreen *screen : QGuiApplication::screens())
+        arrangement.append(screen->geometry());
+    if (QScreen *screen = mainScreen())
+        arrangement.append(pillGeometry(screen->geometry()));
+    const bool intact = std::all_of(m_windows.begin(), m_windows.end(),
+                                    [](const QPointer<ShieldWindow> &window) { return !window.isNull(); });
+    if (arrangement != m_arrangement || !intact) {
+        discardWindows();
+        makeWindows(arrangement);
+    }
+    if (m_windows.isEmpty())
+        return;
+
     m_backdrop = std::move(backdrop);
+    for (ShieldWindow *window : std::as_const(m_windows)) {
+        giveBackdrop(*window, m_backdrop);
+        window->show();
+    }
+    m_up = true;
+    m_stack->setWindows(windows());
+    m_prompt->reposition();
+    post();
+}
+
+void PrivacyOverlayController::makeWindows(const QList<QRect> &arrangement)
+{
     const QList<QScreen *> screens = QGuiApplication::screens();
     for (QScreen *screen : screens) {
-        auto *view = new ShieldOverlayView;
-        view->setBackdrop(m_backdrop);
-        auto *window = new ShieldWindow(ShieldWindow::Kind::overlay, view);
+        auto *window = new ShieldWindow(ShieldWindow::Kind::overlay, new ShieldOverlayView);
         window->setScreen(screen);
         window->setGeometry(screen->geometry());
-        window->show();
         m_windows.append(window);
     }
     if (QScreen *screen = mainScreen()) {
@@ -117,39 +156,46 @@ void PrivacyOverlayController::showWith(std::shared_ptr<const FrostedBackdrop> b
             if (weak)
                 weak->pressPill();
         });
-        auto *window = new ShieldWindow(ShieldWindow::Kind::pill, pill, m_backdrop);
+        auto *window = new ShieldWindow(ShieldWindow::Kind::pill, pill);
         window->setScreen(screen);
         window->setGeometry(pillGeometry(screen->geometry()));
-        window->show();
         m_windows.append(window);
     }
-    if (m_windows.isEmpty())
-        m_backdrop.reset();
-    m_stack->setWindows(windows());
-    m_prompt->reposition();
-    post();
+    m_arrangement = arrangement;
 }
 
 void PrivacyOverlayController::hide()
 {
-    if (m_windows.isEmpty())
+    if (!m_up)
         return;
     m_prompt->dismiss();
-    removeWindows();
-    m_backdrop.reset();
+    takeDown();
 }
 
-void PrivacyOverlayController::removeWindows()
+void PrivacyOverlayController::takeDown()
 {
-    const QList<QPointer<QWidget>> windows = std::exchange(m_windows, {});
+    m_up = false;
     m_stack->setWindows({});
-    for (const QPointer<QWidget> &window : windows) {
+    // Hidden windows keep nothing of what the screens showed.
+    for (ShieldWindow *window : std::as_const(m_windows)) {
+        if (!window)
+            continue;
+        window->hide();
+        giveBackdrop(*window, nullptr);
+    }
+    m_backdrop.reset();
+    post();
+}
+
+void PrivacyOverlayController::discardWindows()
+{
+    for (const QPointer<ShieldWindow> &window : std::exchange(m_windows, {})) {
         if (window) {
             window->hide();
             window->deleteLater();
         }
     }
-    post();
+    m_arrangement.clear();
 }
 
 void PrivacyOverlayController::pressPill()
@@ -183,12 +229,15 @@ void PrivacyOverlayController::scheduleRebuild()
 
 void PrivacyOverlayController::rebuild()
 {
-    if (m_windows.isEmpty())
+    if (!m_up) {
+        discardWindows(); // the next show makes them for the screens it finds
         return;
+    }
     // Frosted before the old windows go: screens the shield already covered keep
     // their frost, new ones are grabbed while still uncovered.
     auto backdrop = FrostedBackdrop::capture(QGuiApplication::screens(), m_backdrop.get());
-    removeWindows();
+    takeDown();
+    discardWindows();
     showWith(std::move(backdrop));
 }
 

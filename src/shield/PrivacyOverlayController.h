@@ -19,6 +19,7 @@ class CredentialPrompt;
 class DistributedNotificationCenter;
 class LocalNotificationCenter;
 class ShieldStack;
+class ShieldWindow;
 class UnlockPrompt;
 
 // Puts the shield on screen and takes it away: one frosted overlay per screen,
@@ -26,6 +27,11 @@ class UnlockPrompt;
 // the main screen. Rebuilds the set when the screens change while it is up, and
 // announces every show and hide ("com.norvane.privacy-shield.changed") in
 // process and to other processes. Main thread only.
+//
+// The windows are made once and then only hidden and shown again, over a frost
+// of the screens taken at each show: the moment between the guard's decision and
+// a covered screen is then the grab, the map and one paint. A change of screens
+// makes a fresh set.
 //
 // It also hosts the password prompt that authentication asks through
 // (`credentialPrompt()`), above the shield.
@@ -51,8 +57,8 @@ public:
     // Called when the user presses the pill; read at press time.
     std::function<void()> onUnlockRequested;
 
-    bool isUp() const { return !m_windows.isEmpty(); }
-    // The shield's windows: the overlays in screen order, then the pill.
+    bool isUp() const { return m_up; }
+    // The shield's windows while it is up: the overlays in screen order, then the pill.
     QList<QWidget *> windows() const;
     CredentialPrompt &credentialPrompt();
     UnlockPrompt &unlockPrompt() { return *m_prompt; }
@@ -66,7 +72,9 @@ public:
 
 private:
     void showWith(std::shared_ptr<const FrostedBackdrop> backdrop);
-    void removeWindows();
+    void makeWindows(const QList<QRect> &arrangement);
+    void takeDown();
+    void discardWindows();
     void watchScreen(QScreen *screen);
     void scheduleRebuild();
     void rebuild();
@@ -75,7 +83,11 @@ private:
 
     LocalNotificationCenter &m_local;
     DistributedNotificationCenter &m_distributed;
-    QList<QPointer<QWidget>> m_windows;
+    // Made for m_arrangement (each screen's geometry, then the pill's); shown
+    // while m_up, else kept hidden for the next show.
+    QList<QPointer<ShieldWindow>> m_windows;
+    QList<QRect> m_arrangement;
+    bool m_up = false;
     std::shared_ptr<const FrostedBackdrop> m_backdrop;
     ShieldStack *m_stack;
     UnlockPrompt *m_prompt;

@@ -36,13 +36,19 @@ ShieldWindow::ShieldWindow(Kind kind, QWidget *content, std::shared_ptr<const Fr
     setAttribute(Qt::WA_X11DoNotAcceptFocus, kind != Kind::prompt);
     setAttribute(Qt::WA_OpaquePaintEvent);
     if (kind != Kind::overlay) {
-        auto *effect = new VisualEffectView(VisualEffectView::Material::fullScreenUI,
-                                            VisualEffectView::Blending::behindWindow, this);
-        effect->setBackdrop(std::move(backdrop));
-        m_layers = {effect, new VeilView(this)};
+        m_effect = new VisualEffectView(VisualEffectView::Material::fullScreenUI,
+                                        VisualEffectView::Blending::behindWindow, this);
+        m_effect->setBackdrop(std::move(backdrop));
+        m_layers = {m_effect, new VeilView(this)};
     }
     content->setParent(this);
     m_layers.append(content);
+}
+
+void ShieldWindow::setBackdrop(std::shared_ptr<const FrostedBackdrop> backdrop)
+{
+    if (m_effect)
+        m_effect->setBackdrop(std::move(backdrop));
 }
 
 void ShieldWindow::resizeEvent(QResizeEvent *)

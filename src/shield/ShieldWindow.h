@@ -8,6 +8,8 @@
 
 namespace veilora {
 
+class VisualEffectView;
+
 // One top-level window of the shield: frameless, override-redirect on X11 (no
 // window manager frames, moves or hides it, and it shows on every virtual
 // desktop), above other windows, titled "com.norvane.privacy-shield".
@@ -36,11 +38,16 @@ public:
     Kind kind() const { return m_kind; }
     QWidget *content() const { return m_content; }
 
+    // What a pill or prompt draws beneath its content, for a window kept hidden
+    // and shown again over a newer frost.
+    void setBackdrop(std::shared_ptr<const FrostedBackdrop> backdrop);
+
 protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
     Kind m_kind;
+    VisualEffectView *m_effect = nullptr; // pill and prompt
     QList<QWidget *> m_layers;
     QWidget *m_content;
 };

@@ -188,15 +188,20 @@ TEST_F(FaceCameraTest, ConfiguresOnceAndAnalysesAtMostOneFramePerInterval)
     EXPECT_TRUE(samples[0].faceDetected);
     EXPECT_FALSE(sampledOnMain);
 
-    clock.advanceSeconds(0.5);
+    // 0.6 s sampling asks the camera for 5 fps: a frame half a step (0.1 s)
+    // before the interval is the one to take. Earlier ones are not even read.
+    EXPECT_EQ(devices->requestedFrameRates(builtin.uniqueID), std::vector<double>{5});
+    clock.advanceSeconds(0.45);
     deliver(builtin.uniqueID);
-    EXPECT_EQ(sampleCount(), 1u); // too early: dropped
-    clock.advanceSeconds(0.1);
+    EXPECT_EQ(sampleCount(), 1u);
+    EXPECT_EQ(devices->framesRead(builtin.uniqueID), 1);
+    clock.advanceSeconds(0.05);
     devices->deliver(builtin.uniqueID,
                      VideoFrame{}); // no image: ignored, the clock of the last analysis stays
     deliver(builtin.uniqueID);
-    EXPECT_EQ(sampleCount(), 2u); // exactly one interval after the last
+    EXPECT_EQ(sampleCount(), 2u);
 
+    cam->setSampleInterval(2.0);
     cam->setSampleInterval(2.0);
     clock.advanceSeconds(1.0);
     deliver(builtin.uniqueID);
@@ -204,6 +209,9 @@ TEST_F(FaceCameraTest, ConfiguresOnceAndAnalysesAtMostOneFramePerInterval)
     clock.advanceSeconds(1.0);
     deliver(builtin.uniqueID);
     EXPECT_EQ(sampleCount(), 3u);
+    EXPECT_EQ(devices->framesRead(builtin.uniqueID), 4);
+    EXPECT_EQ(devices->requestedFrameRates(builtin.uniqueID), (std::vector<double>{5, 2}))
+        << "once per change of interval";
 
     cam->stop();
     ASSERT_TRUE(test::waitUntil([&]() { return !devices->isStreaming(builtin.uniqueID); }));
@@ -239,26 +247,36 @@ TEST_F(FaceCameraTest, WithoutCameraEveryStartLogsAndTriesAgain)
     EXPECT_FALSE(devices->isStreaming(external.uniqueID));
 }
 
-TEST_F(FaceCameraTest, CapsTheFrameRateOnlyWhereTheDeviceGoesDownToIt)
+TEST_F(FaceCameraTest, AsksForTheSlowestRateTheSamplingNeedsThatTheDeviceOffers)
 {
-    const CameraDevice slow = camera(QStringLiteral("slow")), fast = camera(QStringLiteral("fast")),
+    const CameraDevice uvc = camera(QStringLiteral("uvc")), fast = camera(QStringLiteral("fast")),
                        stubborn = camera(QStringLiteral("stubborn"));
-    make({slow, fast, stubborn});
-    devices->setBehaviour(fast.uniqueID, {{{7.5, 30}, {1, 30}}, {}, true});
-    devices->setBehaviour(stubborn.uniqueID, {{{5, 30}}, QStringLiteral("device busy"), true});
+    make({uvc, fast, stubborn});
+    devices->setBehaviour(uvc.uniqueID, {{{5, 5}, {10, 10}, {15, 15}, {30, 30}}, {}, true});
+    devices->setBehaviour(fast.uniqueID, {{{7.5, 30}}, {}, true});
+    devices->setBehaviour(stubborn.uniqueID, {{{1, 30}}, QStringLiteral("device busy"), true});
 
+    cam->setSampleInterval(2.0);
     cam->start();
-    ASSERT_TRUE(test::waitUntil([&]() { return devices->isStreaming(slow.uniqueID); }));
-    EXPECT_EQ(devices->requestedFrameRates(slow.uniqueID), std::vector<double>{5.0});
+    ASSERT_TRUE(test::waitUntil([&]() { return devices->isStreaming(uvc.uniqueID); }));
+    cam->setSampleInterval(0.6);
+    deliver(uvc.uniqueID); // passes the camera queue after the change
+    EXPECT_EQ(devices->requestedFrameRates(uvc.uniqueID), std::vector<double>{5})
+        << "its slowest rate serves both intervals";
 
     cam->setDevice(fast.uniqueID);
     ASSERT_TRUE(test::waitUntil([&]() { return devices->isStreaming(fast.uniqueID); }));
-    EXPECT_TRUE(devices->requestedFrameRates(fast.uniqueID).empty());
+    EXPECT_EQ(devices->requestedFrameRates(fast.uniqueID), std::vector<double>{7.5});
 
     cam->setDevice(stubborn.uniqueID);
     ASSERT_TRUE(test::waitUntil([&]() { return devices->isStreaming(stubborn.uniqueID); }));
     EXPECT_EQ(logCount(QStringLiteral("shield: fps 制限失敗: device busy")), 1);
+    cam->setSampleInterval(0.6);             // unchanged: not asked again
     EXPECT_TRUE(deliver(stubborn.uniqueID)); // capture goes on at the device's rate
+    EXPECT_EQ(logCount(QStringLiteral("shield: fps 制限失敗: device busy")), 1);
+    cam->setSampleInterval(2.0);
+    deliver(stubborn.uniqueID);
+    EXPECT_EQ(devices->requestedFrameRates(stubborn.uniqueID), (std::vector<double>{5, 2}));
 }
 
 TEST_F(FaceCameraTest, PreviewRunsAtTheFastestRateTheCameraOffersAndEndsBackAtTheCap)
@@ -275,6 +293,13 @@ TEST_F(FaceCameraTest, PreviewRunsAtTheFastestRateTheCameraOffersAndEndsBackAtTh
     cam->setPreviewing(true);
     deliver(slow.uniqueID); // passes the camera queue after both
     EXPECT_EQ(devices->requestedFrameRates(slow.uniqueID), (std::vector<double>{5, 30}));
+    // Every frame is read for the live picture; the analysis keeps its interval.
+    const size_t samplesBefore = sampleCount();
+    const int readBefore = devices->framesRead(slow.uniqueID);
+    deliver(slow.uniqueID);
+    deliver(slow.uniqueID);
+    EXPECT_EQ(devices->framesRead(slow.uniqueID), readBefore + 2);
+    EXPECT_EQ(sampleCount(), samplesBefore);
 
     cam->setDevice(fast.uniqueID);
     ASSERT_TRUE(test::waitUntil([&]() { return devices->isStreaming(fast.uniqueID); }));

@@ -15,6 +15,7 @@ struct FakeCaptureDevices::Channel
     bool running = false;
     bool connected = true;
     std::vector<double> requestedRates;
+    int framesRead = 0;
 };
 
 namespace {
@@ -169,10 +170,17 @@ bool FakeCaptureDevices::deliver(const QString &uniqueID, const VideoFrame &fram
                 source = shared->source;
         }
         // The source can only go away on this thread, so it stays valid here.
-        if (source && source->onFrame) {
-            source->onFrame(frame);
-            delivered = true;
+        if (!source)
+            return;
+        delivered = true;
+        if (source->wantsFrame && !source->wantsFrame())
+            return;
+        {
+            QMutexLocker lock(&shared->mutex);
+            ++shared->framesRead;
         }
+        if (source->onFrame)
+            source->onFrame(frame);
     };
     QMetaObject::invokeMethod(context, handOver,
                               context->thread() == QThread::currentThread() ? Qt::DirectConnection
@@ -203,6 +211,15 @@ std::vector<double> FakeCaptureDevices::requestedFrameRates(const QString &uniqu
         return {};
     QMutexLocker lock(&shared->mutex);
     return shared->requestedRates;
+}
+
+int FakeCaptureDevices::framesRead(const QString &uniqueID) const
+{
+    const auto shared = channel(uniqueID);
+    if (!shared)
+        return 0;
+    QMutexLocker lock(&shared->mutex);
+    return shared->framesRead;
 }
 
 } // namespace veilora

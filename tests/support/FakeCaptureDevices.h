@@ -42,7 +42,9 @@ public:
 
     // Hands `frame` to the source on its own thread, as a camera would, and
     // returns once it was handled; false when that source is absent or stopped.
+    // A frame the source's owner does not want is handed back unread.
     bool deliver(const QString &uniqueID, const VideoFrame &frame);
+    int framesRead(const QString &uniqueID) const; // delivered and wanted
 
     int openCount(const QString &uniqueID) const;
     bool isStreaming(const QString &uniqueID) const;

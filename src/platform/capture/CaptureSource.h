@@ -38,9 +38,17 @@ public:
     // False once the device has gone (unplugged, file removed).
     virtual bool isConnected() const = 0;
 
-    // Receives the frames while running. Frames that arrive while the previous
-    // one is still being handled are dropped, never queued.
+    // Asked as each frame arrives: false hands it back to the device unread, so a
+    // frame nobody will look at costs no conversion and no copy. Unset, every
+    // frame is wanted.
+    std::function<bool()> wantsFrame;
+
+    // Receives the wanted frames while running. Frames that arrive while the
+    // previous one is still being handled are dropped, never queued.
     std::function<void(const VideoFrame &)> onFrame;
+
+protected:
+    bool frameWanted() const { return !wantsFrame || wantsFrame(); }
 };
 
 } // namespace veilora

@@ -1,6 +1,7 @@
 #include "FileCaptureDevices.h"
 
 #include "FrameConversion.h"
+#include "VideoFileDecoder.h"
 #include "platform/EventLog.h"
 
 #include <QDir>
@@ -8,7 +9,6 @@
 #include <QImageReader>
 
 #include <cmath>
-#include <opencv2/videoio.hpp>
 
 namespace veilora {
 
@@ -73,23 +73,19 @@ std::unique_ptr<FileCaptureSource> FileCaptureSource::open(const CameraDevice &d
     } else if (QImageReader(info.absoluteFilePath()).canRead()) {
         source->m_images << info.absoluteFilePath();
     } else {
-        source->m_video = std::make_unique<cv::VideoCapture>();
-        try {
-            cv::Mat first;
-            if (!source->m_video->open(info.absoluteFilePath().toStdString(), cv::CAP_FFMPEG) ||
-                !source->m_video->read(first) || first.empty()) {
-                logProblem(device, QStringLiteral("not a readable video or image"));
-                return nullptr;
-            }
-        } catch (const cv::Exception &error) {
-            logProblem(device, QStringLiteral("not a readable video: ") + QString::fromStdString(error.msg));
+        QString error;
+        source->m_video = VideoFileDecoder::open(info.absoluteFilePath(), &error);
+        cv::Mat first;
+        if (!source->m_video || !source->m_video->read(first) || first.empty()) {
+            logProblem(device, source->m_video ? QStringLiteral("not a readable video or image") : error);
             return nullptr;
         }
-        const double rate = source->m_video->get(cv::CAP_PROP_FPS);
+        source->m_isVideo = true;
+        const double rate = source->m_video->frameRate();
         source->m_videoRate = std::isfinite(rate) && rate >= minimumFrameRate && rate <= 240 ? rate : 25.0;
         source->m_nextVideoFrame = 1;
     }
-    source->m_rate = source->m_video ? source->m_videoRate : stillFrameRate;
+    source->m_rate = source->m_isVideo ? source->m_videoRate : stillFrameRate;
     return source;
 }
 
@@ -104,7 +100,7 @@ FileCaptureSource::~FileCaptureSource() = default;
 
 std::vector<FrameRateRange> FileCaptureSource::frameRateRanges() const
 {
-    return {{minimumFrameRate, m_video ? m_videoRate : stillFrameRate}};
+    return {{minimumFrameRate, m_isVideo ? m_videoRate : stillFrameRate}};
 }
 
 bool FileCaptureSource::setFrameRate(double fps, QString *error)
@@ -156,50 +152,67 @@ double FileCaptureSource::playedSeconds() const
 void FileCaptureSource::tick()
 {
     const double position = playedSeconds();
-    VideoFrame frame;
-    frame.image = m_video ? videoFrame(position) : stillFrame(position);
-    if (m_video && !m_video->isOpened()) {
+    if (m_isVideo && !m_video) {
         m_timer.stop(); // the video broke down and could not be started again
+        return;
+    }
+    if (!frameWanted()) {
+        // The decoder still has to pass every frame, but none is converted.
+        if (m_isVideo)
+            skipVideoTo(position);
+        return;
+    }
+    VideoFrame frame;
+    frame.image = m_isVideo ? videoFrame(position) : stillFrame(position);
+    if (m_isVideo && !m_video) {
+        m_timer.stop();
         return;
     }
     if (onFrame)
         onFrame(frame);
 }
 
-QImage FileCaptureSource::videoFrame(double position)
+qint64 FileCaptureSource::skipVideoTo(double position)
 {
     const qint64 wanted = qint64(position * m_videoRate);
     // After a long stall (a suspended machine) jump ahead instead of decoding
     // everything missed.
     if (wanted - m_nextVideoFrame > qint64(2 * m_videoRate)) {
-        m_video->set(cv::CAP_PROP_POS_FRAMES, double(wanted));
+        m_video->seek(wanted);
         m_nextVideoFrame = wanted;
     }
-    try {
-        while (m_nextVideoFrame < wanted && m_video->grab())
-            ++m_nextVideoFrame;
-        bool read = m_nextVideoFrame >= wanted && m_video->read(m_picture);
-        // At the end, or at an undecodable stretch, start over.
-        if (!read && rewind())
-            read = m_video->read(m_picture);
-        if (read) {
-            ++m_nextVideoFrame;
-            m_frame = captureFrame(m_picture, std::move(m_frame));
-            return m_frame;
-        }
-    } catch (const cv::Exception &) {
+    // A failure is left to the next frame read, which starts over or gives up.
+    while (m_nextVideoFrame < wanted && m_video->skip())
+        ++m_nextVideoFrame;
+    return wanted;
+}
+
+QImage FileCaptureSource::videoFrame(double position)
+{
+    const qint64 wanted = skipVideoTo(position);
+    bool read = m_nextVideoFrame >= wanted && m_video->read(m_picture);
+    // At the end, or at an undecodable stretch, start over.
+    if (!read && rewind())
+        read = m_video->read(m_picture);
+    if (read) {
+        ++m_nextVideoFrame;
+        m_frame = captureFrame(m_picture, std::move(m_frame));
+        return m_frame;
     }
-    logProblem(m_device, QStringLiteral("no more frames can be read"));
-    m_video->release();
+    if (m_video)
+        logProblem(m_device, QStringLiteral("no more frames can be read"));
+    m_video.reset();
     return {};
 }
 
 bool FileCaptureSource::rewind()
 {
     // Reopening is the one restart every container supports.
-    m_video->release();
-    if (!m_video->open(m_device.location.toStdString(), cv::CAP_FFMPEG)) {
-        logProblem(m_device, QStringLiteral("cannot be opened again"));
+    m_video.reset();
+    QString error;
+    m_video = VideoFileDecoder::open(m_device.location, &error);
+    if (!m_video) {
+        logProblem(m_device, QStringLiteral("cannot be opened again: ") + error);
         return false;
     }
     m_nextVideoFrame = 0;

@@ -9,11 +9,9 @@
 #include <memory>
 #include <opencv2/core/mat.hpp>
 
-namespace cv {
-class VideoCapture;
-}
-
 namespace veilora {
+
+class VideoFileDecoder;
 
 // A video file, a still image or a folder of images played as if it were a
 // camera, so the product can be shown and tested on a machine without one. Its
@@ -61,12 +59,14 @@ private:
     int frameInterval() const; // milliseconds
     double playedSeconds() const;
     void tick();
+    qint64 skipVideoTo(double position); // the index of the frame at `position`
     QImage videoFrame(double position);
     QImage stillFrame(double position);
     bool rewind();
 
     const CameraDevice m_device;
-    std::unique_ptr<cv::VideoCapture> m_video;
+    bool m_isVideo = false;
+    std::unique_ptr<VideoFileDecoder> m_video; // null once it broke down for good
     double m_videoRate = 0;
     qint64 m_nextVideoFrame = 0; // index of the frame the decoder reads next
     cv::Mat m_picture;           // reused: see captureFrame()

@@ -4,6 +4,7 @@
 #include "platform/EventLog.h"
 
 #include <QFile>
+#include <QScopeGuard>
 
 #include <algorithm>
 #include <cerrno>
@@ -11,7 +12,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <linux/videodev2.h>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 #include <optional>
 #include <sys/ioctl.h>
@@ -162,6 +162,14 @@ bool V4l2CaptureSource::setFrameRate(double fps, QString *error)
         *error = QStringLiteral("the driver does not let the frame rate be set");
         return false;
     }
+    // Most drivers (uvcvideo among them) refuse a new rate while streaming: the
+    // stream pauses for the change. The camera keeps its exposure meanwhile.
+    const bool wasRunning = m_running;
+    stop();
+    const auto restart = qScopeGuard([&] {
+        if (wasRunning)
+            start();
+    });
     v4l2_streamparm parameters{};
     parameters.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
     parameters.parm.capture.timeperframe.numerator = 1000;
@@ -283,6 +291,10 @@ void V4l2CaptureSource::readFrames()
     }
     if (!newest || newest->index >= m_buffers.size())
         return;
+    if (!frameWanted()) {
+        requeue(newest->index);
+        return;
+    }
     VideoFrame frame;
     if (!(newest->flags & V4L2_BUF_FLAG_ERROR) && newest->bytesused > 0) {
         frame.image = convert(m_buffers[newest->index], newest->bytesused);
@@ -297,9 +309,19 @@ QImage V4l2CaptureSource::convert(const Buffer &buffer, size_t bytesUsed)
 {
     try {
         if (m_pixelFormat == V4L2_PIX_FMT_MJPEG) {
-            const cv::Mat encoded(1, int(std::min(bytesUsed, buffer.length)), CV_8UC1, buffer.start);
-            cv::imdecode(encoded, cv::IMREAD_COLOR, &m_decoded);
-            return m_decoded.empty() ? QImage() : captureFrame(m_decoded, std::move(m_frame));
+            // Qt's JPEG reader, loaded only for such a camera, rather than OpenCV's
+            // image codecs, which bring some 30 MB of libraries into the process.
+            const QImage decoded =
+                QImage::fromData(QByteArray::fromRawData(static_cast<const char *>(buffer.start),
+                                                         qsizetype(std::min(bytesUsed, buffer.length))),
+                                 "JPEG");
+            if (decoded.isNull())
+                return {};
+            return decoded.size() == QSize(frameWidth, frameHeight) &&
+                           decoded.format() == QImage::Format_RGB32
+                       ? decoded
+                       : captureFrame(bgraView(decoded.convertToFormat(QImage::Format_RGB32)),
+                                      std::move(m_frame));
         }
         if (size_t(m_bytesPerLine) * size_t(m_height) > buffer.length)
             return {};
