@@ -16,6 +16,7 @@
 #include <atomic>
 #include <cstdio>
 #include <opencv2/core/utility.hpp>
+#include <opencv2/dnn.hpp>
 #include <opencv2/imgproc.hpp>
 
 #ifdef VEILORA_BENCH_DLIB
@@ -132,6 +133,37 @@ void analysisFigures(OnnxFaceVision &vision)
 #endif
 }
 
+// Each network alone, run back to back on one thread: what the analysis cannot
+// go below with these models.
+void networkFigures()
+{
+    struct Network
+    {
+        const char *file;
+        int channels, width, height;
+    };
+    const Network networks[] = {
+        {"fr_detect.onnx", 3, 320, 240}, {"fr_landmark.onnx", 1, 64, 64}, {"fr_feature.onnx", 3, 112, 112}};
+    std::printf("each network alone, back to back, 1 thread:\n");
+    cv::setNumThreads(1);
+    for (const Network &network : networks) {
+        cv::dnn::Net net = cv::dnn::readNetFromONNX(
+            (OnnxFaceVision::defaultModelsDirectory() + QLatin1Char('/') + QLatin1String(network.file))
+                .toStdString());
+        cv::Mat blob({1, network.channels, network.height, network.width}, CV_32F);
+        cv::randu(blob, -1, 1);
+        const std::vector<cv::String> outputs = net.getUnconnectedOutLayersNames();
+        const auto run = [&](const QImage &) {
+            std::vector<cv::Mat> results;
+            net.setInput(blob);
+            net.forward(results, outputs);
+        };
+        const std::vector<QImage> once(1);
+        print(network.file, time(once, 30, run));
+    }
+    cv::setNumThreads(OnnxFaceVision::inferenceThreads);
+}
+
 // The share of one core the whole process uses while the camera samples the
 // video at `interval` seconds.
 void cameraShare(double interval, int seconds, const QString &label)
@@ -201,6 +233,7 @@ int main(int argc, char **argv)
 
     std::printf("model load (three networks): %.1f ms\n", loadMs);
     analysisFigures(vision);
+    networkFigures();
 
     std::printf("camera sampler on the file source (franck.mp4, every frame decoded), whole process:\n");
     cameraShare(2.0, seconds, QStringLiteral("user present, 2.0 s interval"));

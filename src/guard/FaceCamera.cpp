@@ -122,13 +122,17 @@ double FaceCamera::captureRate(const std::vector<FrameRateRange> &ranges, double
 void FaceCamera::applyFrameRate(CaptureSource &source)
 {
     const double rate = captureRate(source.frameRateRanges(), sampleInterval(), m_previewing);
-    if (rate <= 0 || rate == m_captureRate)
+    // A rate the device refused once is not asked again (nor logged again).
+    if (rate <= 0 || rate == m_captureRate ||
+        std::find(m_refusedRates.begin(), m_refusedRates.end(), rate) != m_refusedRates.end())
         return;
     QString error;
-    if (source.setFrameRate(rate, &error))
+    if (source.setFrameRate(rate, &error)) {
         m_captureRate = rate;
-    else
+    } else {
+        m_refusedRates.push_back(rate);
         log(QStringLiteral("fps 制限失敗: ") + error);
+    }
 }
 
 bool FaceCamera::frameWanted(WallTime now) const
@@ -151,6 +155,7 @@ void FaceCamera::useInput(std::unique_ptr<CaptureSource> input)
     m_input = std::move(input);
     m_awaitingFirstFrame = true;
     m_captureRate = 0; // a fresh device runs at its own rate until asked
+    m_refusedRates.clear();
     applyFrameRate(*m_input);
     m_input->wantsFrame = [this]() { return frameWanted(m_clock.now()); };
     m_input->onFrame = [this](const VideoFrame &frame) { captureOutput(frame); };

@@ -117,7 +117,8 @@ private:
     bool m_configured = false;
     bool m_running = false;
     bool m_previewing = false;
-    double m_captureRate = 0; // asked of m_input and granted; 0 before that
+    double m_captureRate = 0;           // asked of m_input and granted; 0 before that
+    std::vector<double> m_refusedRates; // by m_input
     bool m_awaitingFirstFrame = true;
     WallTime m_deliveringSince = distantPast;
     WallTime m_lastProcess = distantPast;

@@ -276,6 +276,8 @@ TEST_F(FaceCameraTest, AsksForTheSlowestRateTheSamplingNeedsThatTheDeviceOffers)
     EXPECT_EQ(logCount(QStringLiteral("shield: fps 制限失敗: device busy")), 1);
     cam->setSampleInterval(2.0);
     deliver(stubborn.uniqueID);
+    cam->setSampleInterval(0.6); // 5 fps again: refused before, not asked again
+    deliver(stubborn.uniqueID);
     EXPECT_EQ(devices->requestedFrameRates(stubborn.uniqueID), (std::vector<double>{5, 2}));
 }
 

@@ -12,6 +12,7 @@
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QPointer>
 #include <QProcess>
 #include <QScreen>
 #include <QStandardPaths>
@@ -291,6 +292,7 @@ TEST_F(ShieldOnX11, CoversEveryScreenThenThePillAndFollowsScreenChanges)
     ASSERT_TRUE(test::waitUntil([&] { return controller.windows().size() == 3 && localPosts == 5; }));
     EXPECT_TRUE(test::waitUntil([&] { return mappedShieldWindows() == 3; }));
 
+    const QList<QWidget *> made = controller.windows();
     controller.hide();
     controller.hide();
     EXPECT_TRUE(controller.windows().isEmpty());
@@ -298,11 +300,27 @@ TEST_F(ShieldOnX11, CoversEveryScreenThenThePillAndFollowsScreenChanges)
     EXPECT_EQ(localPosts, 6);
     EXPECT_EQ(distributed.posted.size(), 6);
 
-    // Down, a change does nothing.
+    // Up again over another desktop: the same windows, frosted from what is on
+    // the screens now.
+    desktop = showDesktop(true);
+    controller.show();
+    EXPECT_EQ(controller.windows(), made);
+    ASSERT_TRUE(test::waitUntil([&] { return allExposed(controller) && mappedShieldWindows() == 3; }));
+    test::processEventsFor(300ms);
+    EXPECT_LT(brightnessAndDetail(grabDesktop(), page).first, brightAfter * 0.6)
+        << "the dark desktop's frost";
+    const QList<QPointer<QWidget>> kept(made.begin(), made.end());
+    controller.hide();
+
+    // Down, a change drops the windows and posts nothing; the next show makes new ones.
     ASSERT_TRUE(setMonitors(1));
     test::processEventsFor(300ms);
-    EXPECT_EQ(localPosts, 6);
+    EXPECT_EQ(localPosts, 8);
     EXPECT_TRUE(controller.windows().isEmpty());
+    EXPECT_TRUE(std::all_of(kept.begin(), kept.end(), [](const QPointer<QWidget> &w) { return w.isNull(); }));
+    controller.show();
+    EXPECT_EQ(controller.windows().size(), 2);
+    controller.hide();
 }
 
 TEST_F(ShieldOnX11, ClicksGoThroughTheOverlayToTheWindowBeneathButThePillTakesItsOwn)

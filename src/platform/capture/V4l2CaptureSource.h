@@ -16,7 +16,8 @@ namespace veilora {
 // at that size, converted to BGRA in well under a millisecond) or else Motion
 // JPEG, and reads frames when the device's descriptor becomes readable, on the
 // thread that opened it. At each wake-up it takes every finished buffer and keeps
-// only the newest, so frames that came in during a long analysis are dropped.
+// only the newest, so frames that came in during a long analysis are dropped, and
+// converts that one only when its owner wants it.
 class V4l2CaptureSource : public CaptureSource
 {
 public:

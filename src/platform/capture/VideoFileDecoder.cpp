@@ -10,13 +10,15 @@ namespace veilora {
 
 namespace {
 
-// The module beside the build, else the installed one; loaded once, never unloaded.
+// The installed module for an installed program, else the one of the build the
+// program comes from; loaded once, never unloaded.
 VeiloraOpenVideoFunction openFunction(QString *error)
 {
     static const auto loaded = []() -> std::pair<VeiloraOpenVideoFunction, QString> {
-        const QString built = QStringLiteral(VEILORA_VIDEO_MODULE_BUILT);
-        const QString path =
-            QFileInfo::exists(built) ? built : QStringLiteral(VEILORA_VIDEO_MODULE_INSTALLED);
+        const QString program = QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
+        const bool installed = QFileInfo(program).path() == QStringLiteral(VEILORA_INSTALLED_BIN_DIR);
+        const QString path = installed ? QStringLiteral(VEILORA_VIDEO_MODULE_INSTALLED)
+                                       : QStringLiteral(VEILORA_VIDEO_MODULE_BUILT);
         void *module = ::dlopen(QFile::encodeName(path).constData(), RTLD_NOW | RTLD_LOCAL);
         if (!module)
             return {nullptr,
