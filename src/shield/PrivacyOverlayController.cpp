@@ -127,9 +127,7 @@ void PrivacyOverlayController::showWith(std::shared_ptr<const FrostedBackdrop> b
         discardWindows();
         makeWindows(arrangement);
     }
-    if (m_windows.isEmpty())
-        return;
-
+    // Up even without a screen to cover: the windows come with the next screen.
     m_backdrop = std::move(backdrop);
     for (ShieldWindow *window : std::as_const(m_windows)) {
         giveBackdrop(*window, m_backdrop);
