@@ -1,6 +1,12 @@
 #pragma once
 
-// Small helpers shared by the benchmarks: timing, CPU time and percentiles.
+// Small helpers shared by the benchmarks: timing, CPU time, percentiles, the
+// set-up's media and the guard's parts nobody is asked about in a run.
+
+#include "platform/Authenticator.h"
+#include "platform/CameraAuthorization.h"
+
+#include <QString>
 
 #include <algorithm>
 #include <chrono>
@@ -37,5 +43,26 @@ inline Figures figures(std::vector<double> values)
     };
     return {at(0.5), at(0.95)};
 }
+
+// A file of the media that scripts/setup.sh fetched.
+inline QString media(const QString &name)
+{
+    return QStringLiteral(VEILORA_ASSETS_DIR "/media/") + name;
+}
+
+// Nobody asks to unlock during a run, and the camera is granted.
+class NoAuthenticator : public Authenticator
+{
+public:
+    bool canEvaluate(std::optional<QString> *) override { return false; }
+    void evaluate(const QString &, Reply reply) override { reply(false, std::nullopt); }
+};
+
+class GrantedCamera : public CameraAuthorization
+{
+public:
+    Status status() const override { return Status::authorized; }
+    void requestAccess(std::function<void(bool)> completion) override { completion(true); }
+};
 
 } // namespace veilora::bench

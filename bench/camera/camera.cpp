@@ -31,11 +31,6 @@ using namespace veilora::bench;
 
 namespace {
 
-QString media(const QString &name)
-{
-    return QStringLiteral(VEILORA_ASSETS_DIR "/media/") + name;
-}
-
 // A real picture as the YUYV bytes a webcam would send.
 cv::Mat yuyvPicture()
 {

@@ -67,11 +67,6 @@ struct Settings
     int edgeFrames = 40;
 };
 
-QString media(const QString &name)
-{
-    return QStringLiteral(VEILORA_ASSETS_DIR "/media/") + name;
-}
-
 // ---- Image conditions
 
 // `frame` with its exposure scaled by `gain` and, when `sigma` > 0, Gaussian
@@ -424,20 +419,6 @@ public:
     void show() override { ++shows; }
     void hide() override {}
     int shows = 0;
-};
-
-class NoAuthenticator : public Authenticator
-{
-public:
-    bool canEvaluate(std::optional<QString> *) override { return false; }
-    void evaluate(const QString &, Reply reply) override { reply(false, std::nullopt); }
-};
-
-class GrantedCamera : public CameraAuthorization
-{
-public:
-    Status status() const override { return Status::authorized; }
-    void requestAccess(std::function<void(bool)> completion) override { completion(true); }
 };
 
 class NoDisplays : public DisplayServices

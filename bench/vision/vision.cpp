@@ -29,11 +29,6 @@ using namespace veilora::bench;
 
 namespace {
 
-QString media(const QString &name)
-{
-    return QStringLiteral(VEILORA_ASSETS_DIR "/media/") + name;
-}
-
 // Photos framed as the camera delivers them: one person each.
 std::vector<QImage> singleFaceFrames()
 {

@@ -15,13 +15,12 @@
 // fails when a show of the shield went without its hide, the shield did not
 // follow the picture, or the heap grew by more than `soakHeapGrowthLimit` after
 // the first pair. The test suite runs it for a few minutes in the sanitizer build.
+#include "../BenchSupport.h"
 #include "SyntheticCamera.h"
 #include "guard/FaceCamera.h"
 #include "guard/LiveGuardCamera.h"
 #include "guard/PrivacyGuard.h"
 #include "guard/ShieldPresenter.h"
-#include "platform/Authenticator.h"
-#include "platform/CameraAuthorization.h"
 #include "platform/capture/FrameConversion.h"
 #include "platform/display/LinuxDisplayServices.h"
 #include "platform/vision/OnnxFaceVision.h"
@@ -29,7 +28,6 @@
 #include "shield/ShieldWindow.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
@@ -45,7 +43,6 @@
 #include <cstdio>
 #include <functional>
 #include <malloc.h>
-#include <sys/resource.h>
 #if defined(__SANITIZE_ADDRESS__)
 // AddressSanitizer's own count; GCC ships no header for it.
 extern "C" size_t __sanitizer_get_current_allocated_bytes();
@@ -55,19 +52,6 @@ using namespace veilora;
 using namespace veilora::bench;
 
 namespace {
-
-QString media(const QString &name)
-{
-    return QStringLiteral(VEILORA_ASSETS_DIR "/media/") + name;
-}
-
-double cpuSeconds()
-{
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    const auto seconds = [](const timeval &t) { return double(t.tv_sec) + double(t.tv_usec) / 1e6; };
-    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
 
 // A field of /proc/self/status, in its own unit (kB for VmRSS).
 long statusField(const char *name)
@@ -88,23 +72,15 @@ double rssMegabytes()
     return double(statusField("VmRSS")) / 1024.0;
 }
 
-double monotonicSeconds()
-{
-    static QElapsedTimer clock;
-    if (!clock.isValid())
-        clock.start();
-    return double(clock.nsecsElapsed()) / 1e9;
-}
-
 // Runs the event loop, as the application does, for `seconds` or until `done`.
 bool runFor(double seconds, const std::function<bool()> &done = {})
 {
-    const double until = monotonicSeconds() + seconds;
+    const double until = wallSeconds() + seconds;
     QEventLoop loop;
     QTimer poll;
     poll.setTimerType(Qt::PreciseTimer);
     QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if ((done && done()) || monotonicSeconds() >= until)
+        if ((done && done()) || wallSeconds() >= until)
             loop.quit();
     });
     poll.start(done ? 50 : int(seconds * 1000) + 1);
@@ -125,11 +101,11 @@ void measure(const char *regime, double seconds, SyntheticScene *scene, Counters
     const long readBefore = scene ? scene->framesRead.load() : 0;
     const long samplesBefore = counters.samples.load();
     const double rssBefore = rssMegabytes();
-    const double cpuBefore = cpuSeconds();
-    const double wallBefore = monotonicSeconds();
+    const double cpuBefore = processCpuSeconds();
+    const double wallBefore = wallSeconds();
     runFor(seconds);
-    const double wall = monotonicSeconds() - wallBefore;
-    const double cpu = cpuSeconds() - cpuBefore;
+    const double wall = wallSeconds() - wallBefore;
+    const double cpu = processCpuSeconds() - cpuBefore;
     const double rss = rssMegabytes();
     // Rounded first, so a fall of a few kilobytes does not print as "-0.0".
     const double growth = std::round((rss - rssBefore) * 10) / 10 + 0.0;
@@ -174,21 +150,6 @@ public:
 
 private:
     PrivacyOverlayController &m_overlay;
-};
-
-// Nobody asks to unlock during a run, and the camera is granted.
-class NoAuthenticator : public Authenticator
-{
-public:
-    bool canEvaluate(std::optional<QString> *) override { return false; }
-    void evaluate(const QString &, Reply reply) override { reply(false, std::nullopt); }
-};
-
-class GrantedCamera : public CameraAuthorization
-{
-public:
-    Status status() const override { return Status::authorized; }
-    void requestAccess(std::function<void(bool)> completion) override { completion(true); }
 };
 
 // The same guard the application builds, around a given camera.
@@ -342,7 +303,7 @@ int soak(double seconds, double phaseSeconds, const QString &cameraPath, const Q
         }
         if (pair == 0) {
             // Everything is made by now: models, windows, caches.
-            rss0 = rssMegabytes(), heap0 = heapMegabytes(), cpu0 = cpuSeconds(), wall0 = monotonicSeconds();
+            rss0 = rssMegabytes(), heap0 = heapMegabytes(), cpu0 = processCpuSeconds(), wall0 = wallSeconds();
         }
         std::printf("# soak minute=%.1f shows=%d hides=%d rss_mb=%.1f heap_mb=%.2f\n",
                     (pair + 1) * 2 * phaseSeconds / 60, watch.presenter.shows, watch.presenter.hides,
@@ -354,7 +315,7 @@ int soak(double seconds, double phaseSeconds, const QString &cameraPath, const Q
         fail(QStringLiteral("the shield stayed up with the face back"));
     runFor(1);
 
-    const double wall = monotonicSeconds() - wall0, cpu = cpuSeconds() - cpu0;
+    const double wall = wallSeconds() - wall0, cpu = processCpuSeconds() - cpu0;
     const double rssGrowth = rssMegabytes() - rss0, heapGrowth = heapMegabytes() - heap0;
     std::printf("soak seconds=%.0f pairs=%d shows=%d hides=%d cpu_pct=%.1f rss_mb=%.0f rss_growth_mb=%.1f "
                 "heap_growth_mb=%.2f\n",
