@@ -1,3 +1,4 @@
+#include "localization/L10n.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/NotificationCenter.h"
 #include "shield/PrivacyOverlayController.h"
@@ -417,13 +418,22 @@ TEST_F(ShieldOnX11, Screenshots)
         GTEST_SKIP() << "set VEILORA_SHIELD_SCREENSHOTS to write them";
     for (bool dark : {false, true}) {
         auto desktop = showDesktop(dark);
+        // One controller for every language: the later pictures show the kept windows again.
         PrivacyOverlayController controller(local, distributed);
-        controller.show();
-        ASSERT_TRUE(test::waitUntil([&] { return allExposed(controller); }));
-        test::processEventsFor(300ms);
-        const QImage shot = grabDesktop().scaled(960, 540, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-        ASSERT_TRUE(shot.save(
-            folder + (dark ? QStringLiteral("/shield-dark.png") : QStringLiteral("/shield-light.png"))));
-        controller.hide();
+        for (const QString &language : {QStringLiteral("en"), QStringLiteral("de"), QStringLiteral("ja")}) {
+            L10n::shared().apply(language);
+            controller.show();
+            ASSERT_TRUE(test::waitUntil([&] { return allExposed(controller); }));
+            test::processEventsFor(300ms);
+            const QImage shot =
+                grabDesktop().scaled(960, 540, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+            const QString suffix = language == QLatin1String("en") ? QString() : QLatin1Char('-') + language;
+            ASSERT_TRUE(shot.save(folder +
+                                  QStringLiteral("/shield-%1%2.png")
+                                      .arg(dark ? QStringLiteral("dark") : QStringLiteral("light"), suffix)));
+            controller.hide();
+            test::processEventsFor(300ms); // the desktop repaints before the next grab
+        }
     }
+    L10n::shared().apply(QStringLiteral("en"));
 }
